@@ -1,0 +1,33 @@
+// The matching game: its run, participants, questionnaire and evaluation.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Working state of the run; lives for the whole process and is touched by the program thread only.
+extern std::string DataFileName;
+extern std::string DataFilePath; // worked out on first use, see datafilepath()
+extern int64_t ParticipantTable;
+extern int64_t FieldName;
+extern int64_t FieldAttribute;
+extern int64_t Participants;
+extern int64_t ParticipantRecord;
+extern std::string KeyPressed;
+extern std::string NameBuffer;
+extern std::string AttributeBuffer;
+
+// Statement store, read like the data lines of a home-computer program.
+extern std::vector<std::string> t_StatementData;
+extern int64_t t_StatementCount;
+extern int64_t t_StatementPointer;
+
+// The folder that holds the application, ending in "/", followed by DataFileName.
+const std::string& datafilepath();
+
+void SeelenorakelMain();
+void SeelenorakelList();
+int64_t SeelenorakelLoad();
+void t_AddStatementData(const std::string& text);
+void SeelenorakelInput();
+void SeelenorakelEvaluation();

@@ -1,0 +1,38 @@
+// Host shell, the part without Qt: log, threads, files and the beep.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Log threshold: a message is printed only while this is 1 or more.
+extern std::atomic<int64_t> t_DebugLevel;
+
+// One log line: text and a line end, to standard output.
+void debuglog(std::string_view text);
+// A piece of a log line without a line end; the line goes out whole once a later piece ends it.
+void debuglogpart(std::string_view text);
+// Where the log goes; tests capture it. nullptr restores standard output.
+void debuglogsink(std::function<void(std::string_view line)> sink);
+
+// Running thread numbers of our own: 1 the main thread, 2 the first thread we start, and so on.
+// Threads we did not start (the platform's own) answer 0.
+int64_t threadnumber();
+void threadregistermain();
+int64_t threadregisternew();
+
+// Threads and the main thread.
+extern std::atomic<int64_t> t_TitleBarHeight;
+extern std::function<void()> t_ProgramTerminateHandler;
+void startprocess(std::function<void()> function, int64_t stackSize);
+void callasynchronously(std::function<void()> function);
+void t_RunOnMainThread(const std::function<void()>& block);
+[[noreturn]] void t_QuitProgram(uint8_t window);
+
+// Whole files and the beep.
+std::vector<uint8_t> getbinaryfromfile(const std::string& path);
+int64_t setstringtofile(const std::string& path, std::string_view text);
+void t_Beep();
