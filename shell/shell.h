@@ -36,3 +36,7 @@ void t_RunOnMainThread(const std::function<void()>& block);
 std::vector<uint8_t> getbinaryfromfile(const std::string& path);
 int64_t setstringtofile(const std::string& path, std::string_view text);
 void t_Beep();
+
+// The application's folder "Name.app", found from the running executable; tests may set another.
+std::string bundlepath();
+void setbundlepath(const std::string& path);

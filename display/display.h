@@ -1,0 +1,100 @@
+// Display windows: the window table, video memory, fonts, frames, refresh and window operations.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+using Int = int64_t;
+
+struct t_RGBColor {
+    uint8_t Alpha = 255;
+    uint8_t Red = 0;
+    uint8_t Green = 0;
+    uint8_t Blue = 0;
+};
+
+// A bitmap font; empty Data is the one mark of a font that failed to load.
+struct t_Font {
+    Int HeaderSize = 16;
+    std::vector<uint8_t> Identifier{0x6B, 0x62, 0x66, 0x6E}; // "kbfn"
+    Int Format = 0;
+    Int Size = 0;
+    uint8_t Start = 0;
+    uint8_t End = 0;
+    Int Width = 0;
+    Int Height = 0;
+    Int Reserved = 0;
+    std::vector<uint8_t> Data;
+};
+
+// Stand-in for a platform window or view: non-null means it exists. Never dereferenced by the core.
+using t_Handle = const void*;
+
+// The record of a graphic window 0 to 7. Flags read by other threads are atomic; the text fields and the
+// video memory are shared without a lock on purpose (a frame may show a half-plotted glyph).
+struct t_Window {
+    std::atomic<bool> Initialized{false};
+    std::atomic<bool> Visible{false};
+    std::atomic<bool> IgnoreEvents{false};
+    std::atomic<bool> AutoUpdate{false};
+    std::atomic<bool> QuickUpdate{false};
+    std::atomic<bool> ScrollLock{false};
+    std::atomic<bool> VerticalBlank{true};
+    std::atomic<Int> UpdateStarted{0};
+    std::atomic<Int> UpdateFinished{0};
+    std::atomic<Int> UpdateDuration{0};
+    std::atomic<Int> RefreshRate{30};
+    t_Handle Window = nullptr;
+    t_Handle View = nullptr;
+    double DrawingRect[4] = {0, 0, 0, 0};
+    Int TitleHeight = 0;
+    Int BorderWidth = 0;
+    Int BorderHeight = 0;
+    t_RGBColor RGBColorBorder;
+    Int BitDepth = 0;
+    Int Width = 0;
+    Int Height = 0;
+    t_RGBColor RGBColor;
+    Int DrawingMode = 0;
+    Int PositionX = 0;
+    Int PositionY = 0;
+    Int MemoryStart = -1;
+    Int MemoryEnd = -1;
+    t_Font Font;
+    Int TextWidth = 0;
+    Int TextHeight = 0;
+    Int TextFirstColumn = 0;
+    Int TextLastColumn = 0;
+    Int TextFirstLine = 0;
+    Int TextLastLine = 0;
+    Int TextHpos = 0;
+    Int TextVpos = 0;
+    uint8_t TextColor = 0;
+    bool TextInverse = false;
+    Int TextDisplayMode = 0;
+    Int TextCursorLevel = 0;
+    Int TextRedirectOutput = 1;
+    std::string InputString;
+    bool InputFinished = false;
+    Int InputMode = 0;
+    Int InputHpos = 0;
+    Int InputVpos = 0;
+    Int InputCursorPos = 0;
+    Int InputMaxCharacters = 0;
+    Int LoResOffsetX = 0;
+    Int LoResOffsetY = 0;
+    Int LoResMode = 0;
+    Int TextMemoryStart = -1;
+    Int TextMemoryEnd = -1;
+};
+
+// Process-wide state beside the table.
+extern t_Window t_WindowTable[8];
+extern std::vector<uint8_t> t_VideoMemory;
+extern Int t_HighMemory;
+extern std::atomic<bool> t_MemoryStarted;
+extern std::atomic<bool> t_MemoryInitialized;
+extern std::atomic<uint8_t> t_DefaultWindow;
+extern std::atomic<bool> t_AutoUpdateRunning;
