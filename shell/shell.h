@@ -40,3 +40,7 @@ void t_Beep();
 // The application's folder "Name.app", found from the running executable; tests may set another.
 std::string bundlepath();
 void setbundlepath(const std::string& path);
+
+// The clock: seconds since 2001-01-01 UTC, and the same times 1000 cut to whole milliseconds.
+double absolutetime();
+int64_t absolutetimems();
