@@ -98,3 +98,8 @@ extern std::atomic<bool> t_MemoryStarted;
 extern std::atomic<bool> t_MemoryInitialized;
 extern std::atomic<uint8_t> t_DefaultWindow;
 extern std::atomic<bool> t_AutoUpdateRunning;
+
+// Fonts.
+t_Font t_LoadFontResource(const std::string& name);
+t_Font t_ExpandFont(const t_Font& font);
+void t_WindowFont(uint8_t window, const t_Font& font);
