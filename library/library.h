@@ -44,6 +44,11 @@ Int ascfromstring(std::string_view s);
 Int loweredasc(Int code);
 std::string lowercasestring(std::string_view s);
 std::string stringfromscalar(Int scalar);
+// True when s is well-formed UTF-8.
+bool wellformedutf8(std::string_view s);
+// The string with ill-formed UTF-8 replaced by U+FFFD the way ICU converts it; well-formed input comes back
+// as is.
+std::string cleanutf8(std::string_view s);
 Text filledbytes(uint8_t byte, Int count);
 Text bytesfromstring(std::string_view s);
 std::string stringfrombytes(const Text& bytes);

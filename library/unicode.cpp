@@ -1,0 +1,83 @@
+#include "library/library.h"
+
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <climits>
+
+namespace {
+
+bool plainascii(std::string_view s) {
+    unsigned char any = 0;
+    for (char c : s) any |= static_cast<unsigned char>(c);
+    return any < 0x80;
+}
+
+bool validscalar(Int c) {
+    return c >= 0 && c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
+}
+
+} // namespace
+
+bool wellformedutf8(std::string_view s) {
+    if (plainascii(s)) return true;
+    // ICU's macros index with int32_t; nothing this large is ever a line of text.
+    if (s.size() > static_cast<size_t>(INT32_MAX)) return false;
+    const auto* p = reinterpret_cast<const uint8_t*>(s.data());
+    const auto n = static_cast<int32_t>(s.size());
+    for (int32_t i = 0; i < n;) {
+        UChar32 c;
+        U8_NEXT(p, i, n, c);
+        if (c < 0) return false;
+    }
+    return true;
+}
+
+std::string cleanutf8(std::string_view s) {
+    if (wellformedutf8(s)) return std::string(s);
+    std::string out;
+    if (s.size() > static_cast<size_t>(INT32_MAX)) s = s.substr(0, INT32_MAX);
+    icu::UnicodeString::fromUTF8(icu::StringPiece(s.data(), static_cast<int32_t>(s.size())))
+        .toUTF8String(out);
+    return out;
+}
+
+std::string stringfromscalar(Int scalar) {
+    if (!validscalar(scalar)) return {};
+    char buf[4];
+    int32_t n = 0;
+    U8_APPEND_UNSAFE(buf, n, static_cast<UChar32>(scalar));
+    return std::string(buf, static_cast<size_t>(n));
+}
+
+Int ascfromstring(std::string_view s) {
+    if (s.empty()) return 0;
+    const auto* p = reinterpret_cast<const uint8_t*>(s.data());
+    const auto n = static_cast<int32_t>(std::min<size_t>(s.size(), 4));
+    int32_t i = 0;
+    UChar32 c;
+    U8_NEXT(p, i, n, c);
+    return c < 0 ? 0xFFFD : c;
+}
+
+std::string lowercasestring(std::string_view s) {
+    if (plainascii(s)) {
+        std::string out(s);
+        for (char& c : out)
+            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+        return out;
+    }
+    if (s.size() > static_cast<size_t>(INT32_MAX)) s = s.substr(0, INT32_MAX);
+    std::string out;
+    icu::UnicodeString::fromUTF8(icu::StringPiece(s.data(), static_cast<int32_t>(s.size())))
+        .toLower(icu::Locale::getRoot())
+        .toUTF8String(out);
+    return out;
+}
+
+Int loweredasc(Int code) {
+    if (!validscalar(code)) return 0;
+    return ascfromstring(lowercasestring(stringfromscalar(code)));
+}
