@@ -103,3 +103,41 @@ extern std::atomic<bool> t_AutoUpdateRunning;
 t_Font t_LoadFontResource(const std::string& name);
 t_Font t_ExpandFont(const t_Font& font);
 void t_WindowFont(uint8_t window, const t_Font& font);
+
+// ---- Window table ----
+#include <string_view>
+
+// From a window number to its platform objects, on the main thread whatever thread asks; nullptr when
+// there is none. Window: 0 to 7 the window of the view, 8 to 12 the side windows. View: 0 to 7.
+// TextView: 8 to 10. t_WindowIndexOf gives 0 to 12, or 255 for a window it does not know.
+t_Handle t_WindowHandle(uint8_t window);
+t_Handle t_WindowView(uint8_t window);
+t_Handle t_WindowTextView(uint8_t window);
+uint8_t t_WindowIndexOf(t_Handle window);
+
+// The guards every t_ routine starts with; true means go ahead. On false the reason has been logged
+// under the routine's name. The text guard also wants text memory. The platform-window guard gives the
+// window's token, or nullptr after logging.
+bool t_RecordGuard(uint8_t window, std::string_view routine);
+bool t_TextGuard(uint8_t window, std::string_view routine);
+t_Handle t_PlatformWindowGuard(uint8_t window, std::string_view routine);
+
+// ---- Video memory, refresh, geometry ----
+void t_InitMemory();
+// Text form: a size in characters. Full form: everything.
+void t_InitWindow(uint8_t window, Int bitDepth, Int columns, Int rows, Int border, const std::string& fontName);
+void t_InitWindow(uint8_t window, Int bitDepth, bool autoUpdate, Int width, Int height, Int borderWidth,
+                  Int borderHeight, const t_Font& font, bool titleVisible);
+void t_ClearWindowMemory(uint8_t window);
+void t_WindowUpdate(uint8_t window, bool deferred);
+void t_WindowAutoUpdateProcess();
+t_RGBColor t_PaletteColor(uint64_t index);
+void t_Color(uint8_t window, Int color);
+void t_ColorBorder(uint8_t window, Int color);
+Int t_WindowPos(uint8_t window, Int selector);
+void t_WindowSize(uint8_t window, Int x, Int y, Int width, Int height);
+void t_WindowCenter(uint8_t window);
+void t_WindowFront(uint8_t window);
+void t_WindowVisible(uint8_t window, bool visible);
+void t_WindowTitle(uint8_t window, const std::string& title);
+void t_WindowTitleVisible(uint8_t window, bool visible);

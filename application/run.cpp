@@ -1,0 +1,138 @@
+#include "application/application.h"
+#include "display/display.h"
+#include "library/library.h"
+#include "shell/platform.h"
+#include "shell/shell.h"
+#include "store/store.h"
+#include "terminal/terminal.h"
+
+namespace {
+
+constexpr const char* returnKey = "\r";
+constexpr const char* escapeKey = "\x1b";
+
+uint8_t window() {
+    return t_DefaultWindow.load();
+}
+
+void crs(int count) {
+    for (int i = 0; i < count; ++i) t_Cr(window());
+}
+
+void setupwindows() {
+    t_InitWindow(0, 24, 80, 25, 16, "MenloBold 16x32.font");
+    t_InitWindow(1, 4, false, 640, 400, 16, 16, t_Font{}, true);
+    t_Color(0, 1);
+    t_WindowCenter(0);
+    t_WindowFront(0);
+    t_Header(window(), "Das Seelenorakel", "Partnersuche für die ganze Runde");
+    t_Font font = t_LoadFontResource("MenloRegular 16x32.font");
+    t_WindowFont(window(), font);
+    t_TextLine(window());
+    t_Area(window(), 1, 3, 80, 25);
+    t_Color(window(), 13);
+    t_CursorHome(window());
+    t_ClearEndOfWindow(window());
+}
+
+void introduction() {
+    static const struct {
+        const char* text;
+        int crs;
+    } lines[] = {
+        {"Dieses Programm sucht unter den Teilnehmern zu Jedem den passenden Partner aus.", 2},
+        {"Dazu werden Fragen gestellt, die bitte möglichst wahrheitsgetreu beantwortet", 1},
+        {"werden sollen (der Partner soll ja gut zu ihrer Persöhnlichkeit passen).", 2},
+        {"Einige Fragen beziehen sich dabei auf ihre Ansprüche an den Partner.", 2},
+        {"Beachten sie bitte dabei, das es um so schwieriger wird einen passenden", 1},
+        {"Partner für sie zu finden, je mehr sie von diesem erwarten.", 2},
+        {"Sie brauchen nicht zu befürchten, dass ihre Antworten bekannt werden,", 1},
+        {"die Antworten werden nicht auf dem Bildschirm erscheinen.", 2},
+    };
+    for (const auto& line : lines) {
+        t_Print(window(), line.text);
+        crs(line.crs);
+    }
+}
+
+// Returns when Return was pressed; Esc ends the program here.
+void startmenu() {
+    KeyPressed = "";
+    for (;;) {
+        if (KeyPressed.empty())
+            t_Print(window(), "<Esc> für Ende, <Return> für weiter, <L> für Liste, <S> für Structure ");
+        KeyPressed = lowercasestring(t_WaitKey(window()));
+        if (KeyPressed == "l") {
+            crs(2);
+            SeelenorakelList();
+            KeyPressed = "";
+        }
+        if (KeyPressed == "s") {
+            crs(2);
+            t_Print(window(), d_DumpDatabase(true, false, true));
+            crs(1);
+            KeyPressed = "";
+        }
+        if (KeyPressed == escapeKey) t_QuitProgram(0);
+        if (KeyPressed == returnKey) return;
+    }
+}
+
+void participantloop() {
+    for (;;) {
+        Participants = d_RecordsInTable(ParticipantTable);
+        t_CursorHome(window());
+        t_ClearEndOfWindow(window());
+        crs(1);
+        t_Print(window(), "Bitte den " + std::to_string(Participants + 1) + ". Teilnehmer eingeben.");
+        crs(2);
+        t_Print(window(), "Falls kein weiterer Teilnehmer, zum Beginn der Auswertung");
+        crs(1);
+        t_Print(window(), "die <Esc>-Taste, sonst die <Return>-Taste drücken! ");
+        KeyPressed = "";
+        while (KeyPressed != returnKey && KeyPressed != escapeKey)
+            KeyPressed = lowercasestring(t_WaitKey(window()));
+        if (KeyPressed == escapeKey) {
+            crs(2);
+            SeelenorakelEvaluation();
+        } else {
+            SeelenorakelInput();
+            setpasteboardstring(AttributeBuffer);
+        }
+        if (!NameBuffer.empty()) return;
+    }
+}
+
+} // namespace
+
+const std::string& datafilepath() {
+    if (DataFilePath.empty()) DataFilePath = pathfolder(bundlepath()) + DataFileName;
+    return DataFilePath;
+}
+
+void SeelenorakelMain() {
+    setupwindows();
+    introduction();
+    SeelenorakelLoad();
+    startmenu();
+    participantloop();
+    t_QuitProgram(0);
+}
+
+void SeelenorakelList() {
+    if (Participants < 1) {
+        t_Print(window(), "Es sind keine Teilnehmer vorhanden.");
+        crs(2);
+        return;
+    }
+    for (int64_t k = 1; k <= Participants; ++k) {
+        NameBuffer = d_GetData(ParticipantTable, k, FieldName);
+        AttributeBuffer = d_GetData(ParticipantTable, k, FieldAttribute);
+        t_Print(window(), NameBuffer);
+        if (k % 2 == 0)
+            crs(1);
+        else
+            t_Htab(window(), 40);
+    }
+    crs(t_Hpos(window()) == 40 ? 2 : 1);
+}

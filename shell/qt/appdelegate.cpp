@@ -1,0 +1,175 @@
+#include "shell/qt/appdelegate.h"
+
+#include <QAction>
+#include <QFontDatabase>
+#include <QKeySequence>
+#include <QMenuBar>
+#include <QPainter>
+
+AppDelegate* t_Delegate = nullptr;
+
+namespace {
+
+// Content sizes of the side windows, without the menu bar.
+constexpr int pasteboardWidth = 480, pasteboardHeight = 320;
+constexpr int sideWidth = 640, sideHeight = 480;
+
+// A column ruler for the printer and the console: a mark every 5 columns, the tens counted.
+QString rulertext() {
+    QString text;
+    for (int column = 1; column <= 132; ++column) {
+        if (column % 10 == 0)
+            text += QString::number(column / 10 % 10);
+        else
+            text += column % 5 == 0 ? QChar('+') : QChar('.');
+    }
+    return text;
+}
+
+QMainWindow* makewindow(const QString& title, QMenu* menu) {
+    auto* window = new QMainWindow;
+    window->setWindowTitle(title);
+    window->menuBar()->setNativeMenuBar(false);
+    window->menuBar()->addMenu(menu);
+    auto* content = new QWidget(window);
+    content->setAutoFillBackground(true);
+    window->setCentralWidget(content);
+    return window;
+}
+
+int menuheight(QMainWindow* window) {
+    return window->menuBar()->sizeHint().height();
+}
+
+QPlainTextEdit* maketextview(QWidget* parent) {
+    auto* text = new QPlainTextEdit(parent);
+    text->setReadOnly(true);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPixelSize(12);
+    text->setFont(font);
+    return text;
+}
+
+// Pasteboard: the text view 10 points from every edge of the content, which the launch relies on when
+// it measures the bar above the content.
+QMainWindow* makepasteboard(QMenu* menu, QPlainTextEdit*& textView) {
+    QMainWindow* window = makewindow("Zwischenablage", menu);
+    const int bar = menuheight(window);
+    window->resize(pasteboardWidth, pasteboardHeight + bar);
+    textView = maketextview(window->centralWidget());
+    textView->setGeometry(10, 10, pasteboardWidth - 20, pasteboardHeight - 20);
+    return window;
+}
+
+// Printer and console: the text view 20 points in, with the ruler above it.
+QMainWindow* makesidewindow(const QString& title, QMenu* menu, QPlainTextEdit*& textView, QLabel*& ruler) {
+    QMainWindow* window = makewindow(title, menu);
+    window->resize(sideWidth, sideHeight + menuheight(window));
+    const int textHeight = sideHeight - 40 - 15;
+    textView = maketextview(window->centralWidget());
+    textView->setGeometry(20, sideHeight - 20 - textHeight, sideWidth - 40, textHeight);
+    ruler = new QLabel(rulertext(), window->centralWidget());
+    ruler->setFont(textView->font());
+    ruler->setGeometry(24, sideHeight - 20 - textHeight - 21, sideWidth - 48, 19);
+    return window;
+}
+
+} // namespace
+
+DisplayView::DisplayView(int index, QWidget* parent) : QWidget(parent), Index(index) {
+    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setAttribute(Qt::WA_NoSystemBackground);
+}
+
+void DisplayView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(rect(), Qt::black);
+}
+
+// Tab and Shift-Tab belong to the program, not to focus traversal.
+bool DisplayView::focusNextPrevChild(bool) {
+    return false;
+}
+
+AppDelegate::AppDelegate() {
+    ApplicationMenu = new QMenu("Seelenorakel");
+    QAction* quit = ApplicationMenu->addAction("Seelenorakel beenden");
+    quit->setMenuRole(QAction::QuitRole);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Q));
+    QObject::connect(quit, &QAction::triggered, [] { quitapplication(); });
+
+    DisplayView** views[8] = {&t_View00, &t_View01, &t_View02, &t_View03,
+                              &t_View04, &t_View05, &t_View06, &t_View07};
+    for (int n = 0; n < 8; ++n) {
+        QMainWindow* window = makewindow("Seelenorakel", ApplicationMenu);
+        const int bar = menuheight(window);
+        window->resize(640 + 32, 400 + 32 + bar);
+        *views[n] = new DisplayView(n, window->centralWidget());
+        (*views[n])->setGeometry(16, 16, 640, 400);
+        window->move(40 + 24 * n, 40 + 24 * n);
+    }
+    PasteboardWindow = makepasteboard(ApplicationMenu, PasteboardTextView);
+    PasteboardScrollView = PasteboardTextView;
+    VirtualPrinterWindow =
+        makesidewindow("Drucker", ApplicationMenu, VirtualPrinterTextView, VirtualPrinterRuler);
+    VirtualPrinterScrollView = VirtualPrinterTextView;
+    SystemConsoleWindow =
+        makesidewindow("Systemkonsole", ApplicationMenu, SystemConsoleTextView, SystemConsoleRuler);
+    SystemConsoleScrollView = SystemConsoleTextView;
+    PreferencesWindow = makewindow("Einstellungen", ApplicationMenu);
+    PreferencesWindow->resize(400, 300 + menuheight(PreferencesWindow));
+    MainWindow = makewindow("Seelenorakel", ApplicationMenu);
+    MainWindow->resize(480, 320 + menuheight(MainWindow));
+}
+
+DisplayView* AppDelegate::view(int index) const {
+    DisplayView* const views[8] = {t_View00, t_View01, t_View02, t_View03,
+                                   t_View04, t_View05, t_View06, t_View07};
+    return index >= 0 && index < 8 ? views[index] : nullptr;
+}
+
+QMainWindow* AppDelegate::window(int number) const {
+    if (number >= 0 && number < 8) {
+        DisplayView* v = view(number);
+        return v ? qobject_cast<QMainWindow*>(v->window()) : nullptr;
+    }
+    switch (number) {
+    case 8:
+        return PasteboardWindow;
+    case 9:
+        return VirtualPrinterWindow;
+    case 10:
+        return SystemConsoleWindow;
+    case 11:
+        return PreferencesWindow;
+    case 12:
+        return MainWindow;
+    default:
+        return nullptr;
+    }
+}
+
+QPlainTextEdit* AppDelegate::textView(int number) const {
+    switch (number) {
+    case 8:
+        return PasteboardTextView;
+    case 9:
+        return VirtualPrinterTextView;
+    case 10:
+        return SystemConsoleTextView;
+    default:
+        return nullptr;
+    }
+}
+
+QLabel* AppDelegate::ruler(int number) const {
+    switch (number) {
+    case 9:
+        return VirtualPrinterRuler;
+    case 10:
+        return SystemConsoleRuler;
+    default:
+        return nullptr;
+    }
+}

@@ -1,0 +1,74 @@
+// The Qt host: the delegate with the windows and views the program works on, and the port that lets the
+// core reach them by window number.
+#pragma once
+
+#include <QLabel>
+#include <QMainWindow>
+#include <QMenu>
+#include <QObject>
+#include <QPlainTextEdit>
+#include <QWidget>
+
+#include "shell/platform.h"
+
+// The drawing surface of display window 0 to 7; the index never changes.
+class DisplayView : public QWidget {
+  public:
+    DisplayView(int index, QWidget* parent);
+    const int Index;
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
+};
+
+// What the interface description of the application holds: views, side windows, menus. Everything is
+// created hidden; a missing outlet stays nullptr.
+class AppDelegate : public QObject {
+  public:
+    AppDelegate();
+
+    DisplayView* t_View00 = nullptr;
+    DisplayView* t_View01 = nullptr;
+    DisplayView* t_View02 = nullptr;
+    DisplayView* t_View03 = nullptr;
+    DisplayView* t_View04 = nullptr;
+    DisplayView* t_View05 = nullptr;
+    DisplayView* t_View06 = nullptr;
+    DisplayView* t_View07 = nullptr;
+    QMainWindow* VirtualPrinterWindow = nullptr;
+    QPlainTextEdit* VirtualPrinterScrollView = nullptr;
+    QPlainTextEdit* VirtualPrinterTextView = nullptr;
+    QLabel* VirtualPrinterRuler = nullptr;
+    QMainWindow* SystemConsoleWindow = nullptr;
+    QPlainTextEdit* SystemConsoleScrollView = nullptr;
+    QPlainTextEdit* SystemConsoleTextView = nullptr;
+    QLabel* SystemConsoleRuler = nullptr;
+    QMainWindow* PasteboardWindow = nullptr;
+    QPlainTextEdit* PasteboardScrollView = nullptr;
+    QPlainTextEdit* PasteboardTextView = nullptr;
+    QMainWindow* MainWindow = nullptr;
+    QMainWindow* PreferencesWindow = nullptr;
+
+    // One set of menus, shown in the bar of every window.
+    QMenu* ApplicationMenu = nullptr;
+
+    DisplayView* view(int index) const;
+    QMainWindow* window(int number) const;
+    QPlainTextEdit* textView(int number) const;
+    QLabel* ruler(int number) const;
+};
+
+// Kept from start-up to process end.
+extern AppDelegate* t_Delegate;
+
+// The Qt implementation of the port; t_Delegate must exist. Call on the main thread.
+t_PlatformPort qtplatformport();
+
+// The Quit command: log, the program's handler, flush, end the process. No destructors run, since the
+// program thread may still be inside them.
+[[noreturn]] void quitapplication();
+// SIGTERM, SIGINT and SIGHUP end the process the same way, from the event loop.
+void installquitsignals();
+// Under a Wayland session window positions can be neither set nor read; use the X11 platform there.
+void choosexcbonwayland();

@@ -1,0 +1,29 @@
+#include "shell/qt/appdelegate.h"
+#include "shell/shell.h"
+
+#include <QApplication>
+#include <QTimer>
+
+#include <cstdio>
+
+int main(int argc, char** argv) {
+    threadregistermain();
+    // Whole lines reach a pipe at once.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    choosexcbonwayland();
+
+    QApplication application(argc, argv);
+    // Ending the program thread or hiding every window does not end the process; only Quit does.
+    application.setQuitOnLastWindowClosed(false);
+    t_Delegate = new AppDelegate;
+    setplatformport(qtplatformport());
+    installquitsignals();
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, [] { quitapplication(); });
+
+    applicationWillFinishLaunching();
+    // From inside the event loop, so that the program thread's first crossings are served at once.
+    QTimer::singleShot(0, [] { applicationDidFinishLaunching(); });
+    application.exec();
+    // Never return from main: static destructors would run under a live program thread.
+    quitapplication();
+}

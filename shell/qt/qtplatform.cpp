@@ -1,0 +1,275 @@
+#include "shell/qt/appdelegate.h"
+#include "shell/shell.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QImage>
+#include <QMenuBar>
+#include <QMetaObject>
+#include <QScreen>
+#include <QSocketNotifier>
+
+#include <atomic>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+std::thread::id mainThreadId;
+
+t_Handle token(const QWidget* widget) {
+    return static_cast<const void*>(widget);
+}
+
+int whole(double value) {
+    return static_cast<int>(std::lround(value));
+}
+
+// The toolkit counts y upward from the bottom of the primary screen; Qt downward from its top.
+int primarybottom() {
+    QScreen* screen = QGuiApplication::primaryScreen();
+    return screen ? screen->geometry().y() + screen->geometry().height() : 0;
+}
+
+t_PlatformRect fromglobal(const QRect& r) {
+    return {double(r.x()), double(primarybottom() - (r.y() + r.height())), double(r.width()),
+            double(r.height())};
+}
+
+QRect toglobal(const t_PlatformRect& r) {
+    return QRect(whole(r.X), primarybottom() - whole(r.Y + r.Height), whole(r.Width), whole(r.Height));
+}
+
+int barheight(QMainWindow* window) {
+    QMenuBar* bar = window->menuBar();
+    return bar->isHidden() && window->isVisible() ? 0 : bar->sizeHint().height();
+}
+
+// Child frames count from the bottom of the content, which lies below the menu bar.
+int contentheight(QMainWindow* window) {
+    return window->height() - barheight(window);
+}
+
+t_PlatformRect fromcontent(QMainWindow* window, const QRect& r) {
+    return {double(r.x()), double(contentheight(window) - (r.y() + r.height())), double(r.width()),
+            double(r.height())};
+}
+
+QRect tocontent(QMainWindow* window, const t_PlatformRect& r) {
+    return QRect(whole(r.X), contentheight(window) - whole(r.Y + r.Height), whole(r.Width), whole(r.Height));
+}
+
+QMainWindow* windowof(uint8_t n) {
+    return t_Delegate ? t_Delegate->window(n) : nullptr;
+}
+DisplayView* viewof(uint8_t n) {
+    return t_Delegate ? t_Delegate->view(n) : nullptr;
+}
+QPlainTextEdit* textof(uint8_t n) {
+    return t_Delegate ? t_Delegate->textView(n) : nullptr;
+}
+
+void showwindow(uint8_t n, bool takeKeys) {
+    QMainWindow* w = windowof(n);
+    if (!w) return;
+    w->setAttribute(Qt::WA_ShowWithoutActivating, !takeKeys);
+    w->show();
+    w->raise();
+    if (takeKeys) {
+        w->activateWindow();
+        if (DisplayView* v = viewof(n)) v->setFocus();
+    }
+    w->setAttribute(Qt::WA_ShowWithoutActivating, false);
+}
+
+int signalPipe[2] = {-1, -1};
+
+void onsignal(int) {
+    char byte = 1;
+    ssize_t ignored = write(signalPipe[1], &byte, 1);
+    (void)ignored;
+}
+
+} // namespace
+
+t_PlatformPort qtplatformport() {
+    mainThreadId = std::this_thread::get_id();
+    t_PlatformPort port;
+    port.IsMainThread = [] { return std::this_thread::get_id() == mainThreadId; };
+    port.RunOnMainSync = [](const std::function<void()>& block) {
+        QMetaObject::invokeMethod(
+            qApp, [&block] { block(); }, Qt::BlockingQueuedConnection);
+    };
+    port.RunOnMainAsync = [](std::function<void()> block) {
+        QMetaObject::invokeMethod(qApp, std::move(block), Qt::QueuedConnection);
+    };
+
+    port.Window = [](uint8_t n) { return token(windowof(n)); };
+    port.View = [](uint8_t n) { return token(viewof(n)); };
+    port.TextView = [](uint8_t n) { return token(textof(n)); };
+    port.ScrollView = [](uint8_t n) { return token(textof(n)); };
+    port.Ruler = [](uint8_t n) { return token(t_Delegate ? t_Delegate->ruler(n) : nullptr); };
+    port.MainWindow = [] { return token(QApplication::activeWindow()); };
+
+    port.WindowFrame = [](uint8_t n) {
+        QMainWindow* w = windowof(n);
+        return w ? fromglobal(w->geometry()) : t_PlatformRect{};
+    };
+    port.SetWindowFrame = [](uint8_t n, t_PlatformRect frame) {
+        QMainWindow* w = windowof(n);
+        if (!w) return;
+        QRect r = toglobal(frame);
+        // Display windows are not resizable by the user.
+        if (n < 8) w->setFixedSize(r.size());
+        w->setGeometry(r);
+    };
+    port.WindowCenter = [](uint8_t n) {
+        QMainWindow* w = windowof(n);
+        if (!w) return;
+        QRect area = w->screen()->availableGeometry();
+        // Across: the exact middle; down: a third of the free room above, two thirds below.
+        w->move(area.x() + (area.width() - w->width()) / 2, area.y() + (area.height() - w->height()) / 3);
+    };
+    port.WindowOrderFront = [](uint8_t n) { showwindow(n, false); };
+    port.WindowMakeKeyAndOrderFront = [](uint8_t n) { showwindow(n, true); };
+    port.WindowOrderOut = [](uint8_t n) {
+        if (QMainWindow* w = windowof(n)) w->hide();
+    };
+    port.WindowIsVisible = [](uint8_t n) {
+        QMainWindow* w = windowof(n);
+        return w && w->isVisible();
+    };
+    port.WindowTitle = [](uint8_t n) {
+        QMainWindow* w = windowof(n);
+        return w ? w->windowTitle().toStdString() : std::string();
+    };
+    port.SetWindowTitle = [](uint8_t n, const std::string& title) {
+        if (QMainWindow* w = windowof(n)) w->setWindowTitle(QString::fromStdString(title));
+    };
+    port.SetWindowStyle = [](uint8_t n, Int mask) {
+        QMainWindow* w = windowof(n);
+        if (!w) return;
+        bool visible = w->isVisible();
+        if (mask != 0)
+            w->setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                              Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint);
+        else
+            w->setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
+        // Changing the flags hides the window.
+        if (visible) w->show();
+    };
+    port.SetWindowBackground = [](uint8_t n, t_RGBColor color) {
+        QMainWindow* w = windowof(n);
+        if (!w || !w->centralWidget()) return;
+        QPalette palette = w->centralWidget()->palette();
+        palette.setColor(QPalette::Window, QColor(color.Red, color.Green, color.Blue));
+        w->centralWidget()->setPalette(palette);
+    };
+    port.TitleHeight = [](uint8_t n) -> Int {
+        QMainWindow* w = windowof(n);
+        return w ? barheight(w) : 0;
+    };
+    port.ScreenFrame = [](uint8_t n) {
+        QMainWindow* w = windowof(n);
+        return w ? fromglobal(w->screen()->geometry()) : t_PlatformRect{};
+    };
+    port.ScreenVisibleFrame = [](uint8_t n) {
+        QMainWindow* w = windowof(n);
+        return w ? fromglobal(w->screen()->availableGeometry()) : t_PlatformRect{};
+    };
+
+    port.SetViewFrame = [](uint8_t n, t_PlatformRect frame) {
+        DisplayView* v = viewof(n);
+        if (v) v->setGeometry(tocontent(windowof(n), frame));
+    };
+    port.ViewNeedsDisplay = [](uint8_t n) {
+        if (DisplayView* v = viewof(n)) v->update();
+    };
+    port.ViewDisplay = [](uint8_t n) {
+        if (DisplayView* v = viewof(n)) v->repaint();
+    };
+
+    port.ScrollViewFrame = [](uint8_t n) {
+        QPlainTextEdit* t = textof(n);
+        return t ? fromcontent(windowof(n), t->geometry()) : t_PlatformRect{};
+    };
+    port.SetScrollViewFrame = [](uint8_t n, t_PlatformRect frame) {
+        if (QPlainTextEdit* t = textof(n)) t->setGeometry(tocontent(windowof(n), frame));
+    };
+    port.SetRulerFrame = [](uint8_t n, t_PlatformRect frame) {
+        QLabel* ruler = t_Delegate ? t_Delegate->ruler(n) : nullptr;
+        if (ruler) ruler->setGeometry(tocontent(windowof(n), frame));
+    };
+    port.TextViewString = [](uint8_t n) {
+        QPlainTextEdit* t = textof(n);
+        return t ? t->toPlainText().toStdString() : std::string();
+    };
+    port.SetTextViewString = [](uint8_t n, const std::string& text) {
+        if (QPlainTextEdit* t = textof(n)) t->setPlainText(QString::fromStdString(text));
+    };
+
+    port.PasteboardClear = [] { QGuiApplication::clipboard()->clear(QClipboard::Clipboard); };
+    port.PasteboardSetText = [](const std::string& text) {
+        QGuiApplication::clipboard()->setText(QString::fromStdString(text), QClipboard::Clipboard);
+    };
+    port.PasteboardText = [] {
+        return QGuiApplication::clipboard()->text(QClipboard::Clipboard).toStdString();
+    };
+    port.PasteboardSetImage = [](const std::vector<uint32_t>& pixels, Int width, Int height) {
+        if (width <= 0 || height <= 0 || pixels.size() < static_cast<size_t>(width * height)) {
+            debuglog("PasteboardSetImage: Picture size does not match its pixels.");
+            return;
+        }
+        QImage image(static_cast<int>(width), static_cast<int>(height), QImage::Format_RGB32);
+        for (int y = 0; y < image.height(); ++y)
+            std::memcpy(image.scanLine(y), pixels.data() + y * width, static_cast<size_t>(width) * 4);
+        QGuiApplication::clipboard()->setImage(image, QClipboard::Clipboard);
+    };
+
+    port.Beep = [] { QApplication::beep(); };
+    port.Terminate = [] { quitapplication(); };
+    return port;
+}
+
+void quitapplication() {
+    static std::atomic<bool> quitting{false};
+    if (!quitting.exchange(true)) {
+        debuglog("applicationWillTerminate: Called.");
+        t_ProgramTerminateHandler();
+    }
+    std::fflush(stdout);
+    std::fflush(stderr);
+    _exit(0);
+}
+
+void installquitsignals() {
+    if (pipe(signalPipe) != 0) {
+        debuglog("installquitsignals: No pipe for the quit signals.");
+        return;
+    }
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, qApp);
+    QObject::connect(notifier, &QSocketNotifier::activated, [] { quitapplication(); });
+    struct sigaction action;
+    std::memset(&action, 0, sizeof action);
+    action.sa_handler = onsignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    for (int s : {SIGTERM, SIGINT, SIGHUP}) sigaction(s, &action, nullptr);
+}
+
+void choosexcbonwayland() {
+    // Qt's own variables, read only to pick its platform; the program has no settings of its own.
+    const char* chosen = std::getenv("QT_QPA_PLATFORM");
+    if (chosen && *chosen) return;
+    const char* wayland = std::getenv("WAYLAND_DISPLAY");
+    const char* session = std::getenv("XDG_SESSION_TYPE");
+    const char* x11 = std::getenv("DISPLAY");
+    bool onWayland = (wayland && *wayland) || (session && std::strcmp(session, "wayland") == 0);
+    if (onWayland && x11 && *x11) setenv("QT_QPA_PLATFORM", "xcb", 1);
+}
