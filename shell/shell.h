@@ -44,3 +44,14 @@ void setbundlepath(const std::string& path);
 // The clock: seconds since 2001-01-01 UTC, and the same times 1000 cut to whole milliseconds.
 double absolutetime();
 int64_t absolutetimems();
+
+// A sound read from an AIFF file: PCM as 16-bit samples, interleaved by channel, whatever the file's width.
+struct AiffSound {
+    int64_t Channels = 0;
+    double SampleRate = 0;
+    int64_t Bits = 0; // the sample width in the file
+    int64_t Frames = 0;
+    std::vector<int16_t> Samples;
+};
+// Reads uncompressed AIFF from memory; false and one log line for anything it cannot use.
+bool aiffdecode(const std::vector<uint8_t>& bytes, AiffSound& out);

@@ -8,7 +8,7 @@ std::vector<uint64_t> lzwcodes(const std::vector<uint8_t>& data) {
     if (data.empty()) return codes;
     // Key: the prefix's code shifted up a byte, plus the byte that extends it.
     std::unordered_map<uint64_t, uint64_t> dictionary;
-    dictionary.reserve(data.size());
+    dictionary.reserve(std::min<size_t>(data.size(), size_t{1} << 16));
     uint64_t nextKey = 256;
     uint64_t w = data[0];
     for (size_t i = 1; i < data.size(); ++i) {
