@@ -27,6 +27,7 @@ struct Source {
     std::string_view s;
     std::string fixed;
     bool ascii = true;
+    bool noCarriageReturn = true; // ASCII only: every byte is a character
     uint64_t id = 0;
 };
 
@@ -36,14 +37,22 @@ thread_local std::unique_ptr<icu::BreakIterator> graphemes;
 thread_local bool graphemesTried = false;
 
 bool plainascii(std::string_view s) {
-    unsigned char any = 0;
-    for (char c : s) any |= static_cast<unsigned char>(c);
-    return any < 0x80;
+    const char* p = s.data();
+    const char* end = p + s.size();
+    uint64_t any = 0;
+    for (; end - p >= 8; p += 8) {
+        uint64_t word;
+        std::memcpy(&word, p, 8);
+        any |= word;
+    }
+    for (; p < end; ++p) any |= static_cast<unsigned char>(*p);
+    return (any & 0x8080808080808080ull) == 0;
 }
 
 void prepare(Source& src, std::string_view in) {
     src.id = ++lastSourceId;
     src.ascii = plainascii(in);
+    src.noCarriageReturn = src.ascii && std::memchr(in.data(), '\r', in.size()) == nullptr;
     if (src.ascii || wellformedutf8(in)) {
         src.s = in;
     } else {
@@ -116,7 +125,7 @@ size_t skip(const Source& src, size_t at, Int n, Int& taken) {
     taken = 0;
     const std::string_view s = src.s;
     if (n <= 0) return at;
-    if (src.ascii && std::memchr(s.data() + at, '\r', s.size() - at) == nullptr) {
+    if (src.noCarriageReturn) {
         const size_t step = std::min(static_cast<size_t>(n), s.size() - at);
         taken = static_cast<Int>(step);
         return at + step;
