@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
+#include <thread>
 #include <unordered_set>
 #include <vector>
 
@@ -359,6 +361,23 @@ TEST_F(LibraryStrings, StringFromBytesReadsBadEscapeDigitsUpToTheFirstNonDigit) 
     EXPECT_EQ(s, "Az");
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0].rfind("stringfrombytes: ", 0), 0u);
+}
+
+// Each thread keeps its own grapheme iterator; interleaved calls on different strings must not mix.
+TEST_F(LibraryStrings, ThreadsWalkCharactersIndependently) {
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([t, &wrong] {
+            const std::string s = std::string(static_cast<size_t>(t + 1), 'x') + eDecomposed + family + "y";
+            for (int i = 0; i < 300; ++i) {
+                if (charactercount(s) != t + 4) ++wrong;
+                if (instring(s, "y", 1) != t + 4) ++wrong;
+                if (charatposition(s, t + 3) != family) ++wrong;
+            }
+        });
+    for (auto& th : threads) th.join();
+    EXPECT_EQ(wrong.load(), 0);
 }
 
 } // namespace
