@@ -57,7 +57,15 @@ void t_ClearEndOfLine(uint8_t window);
 void t_ClearEndOfWindow(uint8_t window);
 void t_MemoryMove(Int from, Int to, Int count);
 
-// Display modes and control codes.
+// Display modes and control codes. t_ApplyDisplayMode gives the symbol to plot for a code (-1: nothing)
+// and the inverse flag and colour the caller stores after plotting, so that an effect meant for one
+// character ends with it.
+struct t_DisplayResult {
+    Int Symbol;
+    bool Inverse;
+    uint8_t Color;
+};
+t_DisplayResult t_ApplyDisplayMode(uint8_t window, uint64_t code);
 void t_Normal(uint8_t window);
 void t_Inverse(uint8_t window);
 void t_Reverse(uint8_t window);

@@ -1,0 +1,268 @@
+// The glyph plotter: one cell of the window's font blended into the graphic block, and the symbol with
+// the colours as drawn recorded in the text block.
+#include "display/display.h"
+#include "library/library.h"
+#include "shell/shell.h"
+#include "terminal/terminal.h"
+
+#include <array>
+#include <cstring>
+#include <string>
+#include <utility>
+
+namespace {
+
+// Everything a grey level can become for one pair of palette colours, at every depth. The palette is
+// fixed, so all 256 pairs are worked out once and the plot loop only looks up.
+struct PairTable {
+    uint8_t Rgb[256][4]; // red, green, blue, and a spare byte so a pixel can be stored as one word
+    uint8_t Grey[256];   // depths 8 and 16
+    uint8_t Index[256];  // depth 4: a palette index
+    uint8_t Bit[256];    // depth 1
+};
+
+int blend(int g, int foreground, int background) {
+    return g * foreground / 255 + (255 - g) * background / 255;
+}
+
+uint8_t nearestindex(int red, int green, int blue) {
+    if (red == green && green == blue) {
+        const int s = red + green + blue;
+        return s < 192 ? 0 : s < 384 ? 5 : s < 576 ? 10 : 15;
+    }
+    uint8_t best = 0;
+    int bestDistance = 65535;
+    for (uint64_t i = 0; i < 16; ++i) {
+        const t_RGBColor p = t_PaletteColor(i);
+        const int dr = red - p.Red, dg = green - p.Green, db = blue - p.Blue;
+        const int distance = dr * dr + dg * dg + db * db;
+        // Strictly less: on a tie the lower index stays.
+        if (distance < bestDistance) {
+            bestDistance = distance;
+            best = static_cast<uint8_t>(i);
+        }
+    }
+    return best;
+}
+
+const std::array<PairTable, 256>& pairtables() {
+    static const std::array<PairTable, 256>* tables = [] {
+        auto* all = new std::array<PairTable, 256>;
+        for (int fg = 0; fg < 16; ++fg)
+            for (int bg = 0; bg < 16; ++bg) {
+                PairTable& t = (*all)[fg * 16 + bg];
+                const t_RGBColor f = t_PaletteColor(static_cast<uint64_t>(fg));
+                const t_RGBColor b = t_PaletteColor(static_cast<uint64_t>(bg));
+                const int fgrey = (f.Red + f.Green + f.Blue) / 3;
+                const int bgrey = (b.Red + b.Green + b.Blue) / 3;
+                for (int g = 0; g < 256; ++g) {
+                    const int red = blend(g, f.Red, b.Red);
+                    const int green = blend(g, f.Green, b.Green);
+                    const int blue = blend(g, f.Blue, b.Blue);
+                    t.Rgb[g][0] = static_cast<uint8_t>(red);
+                    t.Rgb[g][1] = static_cast<uint8_t>(green);
+                    t.Rgb[g][2] = static_cast<uint8_t>(blue);
+                    t.Rgb[g][3] = 0;
+                    t.Grey[g] = static_cast<uint8_t>(blend(g, fgrey, bgrey));
+                    t.Index[g] = nearestindex(red, green, blue);
+                    t.Bit[g] = (red + green + blue) / 3 >= 128 ? 1 : 0;
+                }
+            }
+        return all;
+    }();
+    return *tables;
+}
+
+// What one glyph plot needs: the glyph's grey rows, the first byte of its top pixel row in the video
+// memory, and where the cell starts inside a row in pixels.
+struct Plot {
+    const uint8_t* Glyph;
+    uint8_t* Row;
+    Int Stride;
+    Int Px;
+    Int Width;
+    Int Height;
+    const PairTable* Colors;
+};
+
+bool allof(const uint8_t* g, Int n, uint8_t value) {
+    uint8_t differ = 0;
+    for (Int c = 0; c < n; ++c) differ |= static_cast<uint8_t>(g[c] ^ value);
+    return differ == 0;
+}
+
+// One loop per depth, picked once per glyph.
+
+void plot1(Plot p) {
+    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+        const uint8_t* g = p.Glyph + r * p.Width;
+        for (Int c = 0; c < p.Width; ++c) {
+            const Int px = p.Px + c;
+            uint8_t& byte = p.Row[px >> 3];
+            const uint8_t mask = static_cast<uint8_t>(0x80u >> (px & 7));
+            byte = static_cast<uint8_t>(p.Colors->Bit[g[c]] ? byte | mask : byte & ~mask);
+        }
+    }
+}
+
+void plot4(Plot p) {
+    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+        const uint8_t* g = p.Glyph + r * p.Width;
+        for (Int c = 0; c < p.Width; ++c) {
+            const Int px = p.Px + c;
+            uint8_t& byte = p.Row[px >> 1];
+            const uint8_t index = p.Colors->Index[g[c]];
+            byte = (px & 1) ? static_cast<uint8_t>((byte & 0xF0) | index)
+                            : static_cast<uint8_t>((byte & 0x0F) | (index << 4));
+        }
+    }
+}
+
+void plot8(Plot p) {
+    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+        const uint8_t* g = p.Glyph + r * p.Width;
+        uint8_t* d = p.Row + p.Px;
+        for (Int c = 0; c < p.Width; ++c) d[c] = p.Colors->Grey[g[c]];
+    }
+}
+
+void plot16(Plot p) {
+    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+        const uint8_t* g = p.Glyph + r * p.Width;
+        uint8_t* d = p.Row + p.Px * 2 + 1;
+        for (Int c = 0; c < p.Width; ++c) d[c * 2] = p.Colors->Grey[g[c]];
+    }
+}
+
+// Rows that are all background or all foreground (most rows of most glyphs) go as one block copy of a
+// prepared row; the others store a word per pixel, each word's spare byte being overwritten by the next
+// pixel, and the last pixel of the row as three bytes so that nothing beyond the cell is touched.
+void plot24(Plot p) {
+    const auto& rgb = p.Colors->Rgb;
+    const Int bytes = p.Width * 3;
+    uint8_t background[255 * 3 + 1];
+    uint8_t foreground[255 * 3 + 1];
+    for (Int c = 0; c < p.Width; ++c) {
+        std::memcpy(background + c * 3, rgb[0], 4);
+        std::memcpy(foreground + c * 3, rgb[255], 4);
+    }
+    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+        const uint8_t* g = p.Glyph + r * p.Width;
+        uint8_t* d = p.Row + p.Px * 3;
+        if (allof(g, p.Width, 0)) {
+            std::memcpy(d, background, static_cast<size_t>(bytes));
+        } else if (allof(g, p.Width, 255)) {
+            std::memcpy(d, foreground, static_cast<size_t>(bytes));
+        } else {
+            const Int last = p.Width - 1;
+            for (Int c = 0; c < last; ++c) std::memcpy(d + c * 3, rgb[g[c]], 4);
+            std::memcpy(d + last * 3, rgb[g[last]], 3);
+        }
+    }
+}
+
+void plot32(Plot p) {
+    const auto& rgb = p.Colors->Rgb;
+    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+        const uint8_t* g = p.Glyph + r * p.Width;
+        uint8_t* d = p.Row + p.Px * 4 + 1;
+        for (Int c = 0; c < p.Width; ++c) std::memcpy(d + c * 4, rgb[g[c]], 3);
+    }
+}
+
+using PlotLoop = void (*)(Plot);
+
+// Row stride in bytes and the loop, by depth; a depth without a loop plots nothing.
+struct Depth {
+    Int Bits;
+    PlotLoop Loop;
+};
+constexpr Depth depths[] = {{1, plot1}, {4, plot4}, {8, plot8}, {16, plot16}, {24, plot24}, {32, plot32}};
+
+PlotLoop loopfor(Int bits) {
+    for (const Depth& d : depths)
+        if (d.Bits == bits) return d.Loop;
+    return nullptr;
+}
+
+Int stridefor(Int bits, Int width) {
+    return bits == 1 ? width / 8 : bits == 4 ? width / 2 : width * (bits / 8);
+}
+
+void redirected(uint8_t symbol) {
+    debuglogpart(stringfromscalar(symbol));
+}
+
+} // namespace
+
+void t_PrintSymbol(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
+    if (window > 7) {
+        t_TextGuard(window, "t_PrintSymbol");
+        return;
+    }
+    t_Window& w = t_WindowTable[window];
+    // Where the symbol goes is decided before anything else about the window.
+    if (w.TextRedirectOutput == 2) {
+        redirected(symbol);
+        return;
+    }
+    if (w.TextRedirectOutput != 1) return;
+    if (!t_TextGuard(window, "t_PrintSymbol")) return;
+    const t_Font& font = w.Font;
+    if (font.Data.empty()) {
+        debuglog("t_PrintSymbol: Window #" + std::to_string(window) + " not initialized.");
+        return;
+    }
+    const Int fw = font.Width, fh = font.Height;
+    // The grid test also keeps the cell inside the text block when the font was changed for one of
+    // another size, and refuses cells left of or above the grid.
+    if (x < 1 || y < 1 || w.Width < fw * x || w.Height < fh * y || x > w.TextWidth || y > w.TextHeight) {
+        debuglog("t_PrintSymbol: Window #" + std::to_string(window) +
+                 " illegal coordinates (x = " + std::to_string(x) + ", y = " + std::to_string(y) + ").");
+        return;
+    }
+    const Int cell = (x - 1) + w.TextWidth * (y - 1);
+    const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
+    const Int memory = static_cast<Int>(t_VideoMemory.size());
+    if (cell >= half || w.TextMemoryEnd >= memory) {
+        debuglog("t_PrintSymbol: Window #" + std::to_string(window) + " text block too small for cell (x = " +
+                 std::to_string(x) + ", y = " + std::to_string(y) + ").");
+        return;
+    }
+
+    uint8_t fg = color >> 4, bg = color & 0x0F;
+    if (w.TextInverse) std::swap(fg, bg);
+
+    const bool inRange = symbol >= font.Start && symbol <= font.End;
+    if (inRange && font.Format != 2) {
+        const Int format = t_ExpandFont(font).Format;
+        if (format == 0 || format == 2)
+            debuglog("t_PrintSymbol: Font format must be uncompressed grey for text-printing.");
+        else
+            debuglog("t_PrintSymbol: Illegal font format.");
+    } else if (inRange) {
+        const Int glyphSize = fw * fh;
+        const PlotLoop loop = loopfor(w.BitDepth);
+        const Int stride = stridefor(w.BitDepth, w.Width);
+        if (fw < 1 || fw > 255 || fh < 1 || fh > 255) {
+            debuglog("t_PrintSymbol: Font cell of " + std::to_string(fw) + " x " + std::to_string(fh) +
+                     " pixel cannot be plotted.");
+        } else if (static_cast<Int>(font.Data.size()) < glyphSize * (symbol + 1)) {
+            debuglog("t_PrintSymbol: Font has no glyph data for symbol " + std::to_string(symbol) + ".");
+        } else if (loop && w.MemoryStart >= 0 && w.MemoryStart + w.Height * stride - 1 <= w.MemoryEnd &&
+                   w.MemoryEnd < memory) {
+            Plot p{font.Data.data() + glyphSize * symbol,
+                   t_VideoMemory.data() + w.MemoryStart + fh * (y - 1) * stride,
+                   stride,
+                   fw * (x - 1),
+                   fw,
+                   fh,
+                   &pairtables()[fg * 16 + bg]};
+            loop(p);
+        }
+    }
+
+    uint8_t* text = t_VideoMemory.data() + w.TextMemoryStart;
+    text[half + cell] = static_cast<uint8_t>(fg * 16 + bg);
+    text[cell] = symbol;
+}

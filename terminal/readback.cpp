@@ -1,0 +1,99 @@
+// Work on the text block as a grid of cells: read the screen back as text, invert a rectangle, draw a
+// rule out of a line symbol.
+#include "display/display.h"
+#include "library/library.h"
+#include "shell/shell.h"
+#include "terminal/terminal.h"
+
+#include <string>
+#include <vector>
+
+namespace {
+
+// A symbol reads back as the character of the same number.
+void appendsymbol(std::string& out, uint8_t symbol) {
+    if (symbol < 0x80) {
+        out.push_back(static_cast<char>(symbol));
+    } else {
+        out.push_back(static_cast<char>(0xC0 | (symbol >> 6)));
+        out.push_back(static_cast<char>(0x80 | (symbol & 0x3F)));
+    }
+}
+
+// Lines split at byte 13 whatever the separator was; trailing blanks and trailing empty lines go.
+std::string tidy(const std::string& raw) {
+    std::vector<std::string> lines;
+    size_t start = 0;
+    while (start < raw.size()) {
+        size_t end = raw.find('\r', start);
+        if (end == std::string::npos) end = raw.size();
+        lines.push_back(raw.substr(start, end - start));
+        start = end + 1;
+    }
+    if (lines.empty()) lines.emplace_back();
+    for (std::string& line : lines) line.erase(line.find_last_not_of(' ') + 1);
+    while (lines.size() >= 2 && lines.back().empty()) lines.pop_back();
+    std::string out;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        if (i > 0) out.push_back('\r');
+        out += lines[i];
+    }
+    if (wellformedutf8(out)) return out;
+    return stringfrombytes(Text{std::vector<uint8_t>(out.begin(), out.end())});
+}
+
+} // namespace
+
+std::string t_GetScreen(uint8_t window, std::string_view separator) {
+    if (!t_TextGuard(window, "t_GetScreen")) return {};
+    const t_Window& w = t_WindowTable[window];
+    const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
+    if (w.TextWidth * w.TextHeight > half) {
+        debuglog("t_GetScreen: Window #" + std::to_string(window) + " text block smaller than its grid.");
+        return {};
+    }
+    std::string raw;
+    raw.reserve(static_cast<size_t>(w.TextHeight * (w.TextWidth + static_cast<Int>(separator.size()))));
+    const uint8_t* symbols = t_VideoMemory.data() + w.TextMemoryStart;
+    for (Int y = 0; y < w.TextHeight; ++y) {
+        for (Int x = 0; x < w.TextWidth; ++x) appendsymbol(raw, symbols[x + w.TextWidth * y]);
+        raw += separator;
+    }
+    if (separator.empty()) return raw;
+    return tidy(raw);
+}
+
+void t_InvertRect(uint8_t window, Int left, Int top, Int right, Int bottom) {
+    if (!t_TextGuard(window, "t_InvertRect")) return;
+    t_Window& w = t_WindowTable[window];
+    if (!(1 <= left && left <= right && right <= w.TextWidth && 1 <= top && top <= bottom &&
+          bottom <= w.TextHeight))
+        return;
+    const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
+    const bool inverse = w.TextInverse;
+    w.TextInverse = true;
+    for (Int y = top; y <= bottom; ++y)
+        for (Int x = left; x <= right; ++x) {
+            const Int cell = w.TextMemoryStart + (x - 1) + w.TextWidth * (y - 1);
+            t_PrintSymbol(window, t_VideoMemory[static_cast<size_t>(cell)],
+                          t_VideoMemory[static_cast<size_t>(cell + half)], x, y);
+        }
+    w.TextInverse = inverse;
+}
+
+void t_TextHline(uint8_t window, Int fromColumn, Int toColumn, Int line, uint8_t symbol) {
+    if (!t_TextGuard(window, "t_TextHline")) return;
+    const t_Window& w = t_WindowTable[window];
+    if (toColumn < fromColumn) return;
+    // Cells outside the grid are refused by the plotter one by one; no need to walk far beyond it.
+    if (fromColumn < 0) fromColumn = 0;
+    if (toColumn > w.TextWidth + 1) toColumn = w.TextWidth + 1;
+    for (Int x = fromColumn; x <= toColumn; ++x) t_PrintSymbol(window, symbol, w.TextColor, x, line);
+}
+
+void t_TextLine(uint8_t window) {
+    if (!t_TextGuard(window, "t_TextLine")) return;
+    const t_Window& w = t_WindowTable[window];
+    t_TextHline(window, w.TextHpos, w.TextLastColumn, w.TextVpos, 156);
+    t_Cr(window);
+}
