@@ -8,9 +8,6 @@ void t_InitWindow(uint8_t, Int, Int, Int, Int, const std::string&) {}
 // ---- t_InitWindow, full form (video memory) ----
 void t_InitWindow(uint8_t, Int, bool, Int, Int, Int, Int, const t_Font&, bool) {}
 
-// ---- t_WindowUpdate (refresh) ----
-void t_WindowUpdate(uint8_t, bool) {}
-
 // ---- t_Color (geometry and colours) ----
 void t_Color(uint8_t, Int) {}
 
