@@ -141,3 +141,20 @@ void t_WindowFront(uint8_t window);
 void t_WindowVisible(uint8_t window, bool visible);
 void t_WindowTitle(uint8_t window, const std::string& title);
 void t_WindowTitleVisible(uint8_t window, bool visible);
+
+// ---- Frames and refresh ----
+// A frame: Width * Height pixels, top row first, each a word 0xAARRGGBB with alpha 0xFF (in memory the
+// layout of a 32-bit RGB image on this machine).
+struct t_Image {
+    Int Width = 0;
+    Int Height = 0;
+    std::vector<uint32_t> Pixels;
+};
+// Composes one frame of the window into frame, reusing its storage. False when there is none (memory
+// not ready, window not made, hidden, or unreadable); frame is then left as it was, so a view can go on
+// showing its last one. Main thread.
+bool t_WindowImage(uint8_t window, t_Image& frame);
+// The frame as a picture of its own, for the pasteboard; Width 0 when there is none.
+t_Image t_WindowCopyImage(uint8_t window);
+// The refresh's clock in milliseconds; nullptr puts back absolutetimems. For tests.
+void setrefreshclock(int64_t (*clock)());

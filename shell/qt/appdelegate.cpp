@@ -4,6 +4,7 @@
 #include <QFontDatabase>
 #include <QKeySequence>
 #include <QMenuBar>
+#include <QPaintEvent>
 #include <QPainter>
 
 AppDelegate* t_Delegate = nullptr;
@@ -82,9 +83,26 @@ DisplayView::DisplayView(int index, QWidget* parent) : QWidget(parent), Index(in
     setAttribute(Qt::WA_NoSystemBackground);
 }
 
-void DisplayView::paintEvent(QPaintEvent*) {
+void DisplayView::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
-    painter.fillRect(rect(), Qt::black);
+    if (t_MemoryInitialized.load(std::memory_order_acquire)) {
+        // Window 0 tells the refresh that a frame is being composed.
+        t_Window& record = t_WindowTable[Index];
+        if (Index == 0) record.VerticalBlank.store(false);
+        t_WindowImage(static_cast<uint8_t>(Index), Frame);
+        if (Index == 0) record.VerticalBlank.store(true);
+    }
+    const int width = static_cast<int>(Frame.Width), height = static_cast<int>(Frame.Height);
+    if (width > 0 && height > 0) {
+        // The words are 0xAARRGGBB, which is how this format lies in memory: no copy, no conversion.
+        // Drawn at its size in logical pixels, unscaled where the screen is not dense.
+        const QImage image(reinterpret_cast<const uchar*>(Frame.Pixels.data()), width, height, width * 4,
+                           QImage::Format_RGB32);
+        painter.drawImage(QPoint(0, 0), image);
+    }
+    // What the frame does not cover (no frame yet, or a view larger than the frame).
+    QRegion rest = QRegion(event->rect()) - QRegion(0, 0, width, height);
+    for (const QRect& r : rest) painter.fillRect(r, Qt::black);
 }
 
 // Tab and Shift-Tab belong to the program, not to focus traversal.

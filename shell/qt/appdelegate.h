@@ -17,6 +17,9 @@ class DisplayView : public QWidget {
     DisplayView(int index, QWidget* parent);
     const int Index;
 
+    // The last frame composed, shown again while the window gives none (hidden, or being made anew).
+    t_Image Frame;
+
   protected:
     void paintEvent(QPaintEvent* event) override;
     bool focusNextPrevChild(bool next) override;
