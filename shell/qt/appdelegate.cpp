@@ -7,6 +7,8 @@
 #include <QPaintEvent>
 #include <QPainter>
 
+#include <cstring>
+
 AppDelegate* t_Delegate = nullptr;
 
 namespace {
@@ -83,13 +85,69 @@ DisplayView::DisplayView(int index, QWidget* parent) : QWidget(parent), Index(in
     setAttribute(Qt::WA_NoSystemBackground);
 }
 
+namespace {
+
+// Bytes of the block that make a frame, or 0 when the record names no readable block.
+size_t framebytes(const t_Window& w) {
+    const Int pixels =
+        w.Width > 0 && w.Height > 0 && w.Width <= 0x10000 && w.Height <= 0x10000 ? w.Width * w.Height : 0;
+    Int bytes = 0;
+    switch (w.BitDepth) {
+    case 1:
+        bytes = (pixels + 7) / 8;
+        break;
+    case 4:
+        bytes = (pixels + 1) / 2;
+        break;
+    case 8:
+    case 16:
+    case 24:
+    case 32:
+        bytes = pixels * (w.BitDepth / 8);
+        break;
+    }
+    if (bytes <= 0 || w.MemoryStart < 0 || w.MemoryStart + bytes > static_cast<Int>(t_VideoMemory.size()))
+        return 0;
+    return static_cast<size_t>(bytes);
+}
+
+} // namespace
+
+bool DisplayView::sourceunchanged() const {
+    if (Source.empty() || !t_MemoryInitialized.load(std::memory_order_acquire)) return false;
+    const t_Window& w = t_WindowTable[Index];
+    if (!w.Initialized.load() || !w.Visible.load()) return false;
+    if (w.MemoryStart != SourceStart || w.BitDepth != SourceDepth || w.Width != SourceWidth ||
+        w.Height != SourceHeight || framebytes(w) != Source.size())
+        return false;
+    return std::memcmp(Source.data(), t_VideoMemory.data() + SourceStart, Source.size()) == 0;
+}
+
+// Taken before composing: a write that falls between the two makes the next comparison fail, never
+// the other way round.
+void DisplayView::takesource() {
+    const t_Window& w = t_WindowTable[Index];
+    const size_t bytes = framebytes(w);
+    SourceStart = w.MemoryStart;
+    SourceDepth = w.BitDepth;
+    SourceWidth = w.Width;
+    SourceHeight = w.Height;
+    Source.resize(bytes);
+    if (bytes > 0) std::memcpy(Source.data(), t_VideoMemory.data() + SourceStart, bytes);
+}
+
+void DisplayView::refresh() {
+    if (!sourceunchanged()) update();
+}
+
 void DisplayView::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
     if (t_MemoryInitialized.load(std::memory_order_acquire)) {
         // Window 0 tells the refresh that a frame is being composed.
         t_Window& record = t_WindowTable[Index];
         if (Index == 0) record.VerticalBlank.store(false);
-        t_WindowImage(static_cast<uint8_t>(Index), Frame);
+        takesource();
+        if (!t_WindowImage(static_cast<uint8_t>(Index), Frame)) Source.clear();
         if (Index == 0) record.VerticalBlank.store(true);
     }
     const int width = static_cast<int>(Frame.Width), height = static_cast<int>(Frame.Height);

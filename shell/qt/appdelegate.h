@@ -20,6 +20,18 @@ class DisplayView : public QWidget {
     // The last frame composed, shown again while the window gives none (hidden, or being made anew).
     t_Image Frame;
 
+    // A refresh request: draws unless the graphic block still holds what the frame on show was made
+    // from, so that a static screen costs one comparison instead of a frame and a paint.
+    void refresh();
+
+  private:
+    // The bytes of the block, and where they lay, when the frame on show was composed; empty when the
+    // frame on show is not known to match the block.
+    std::vector<uint8_t> Source;
+    Int SourceStart = -1, SourceDepth = 0, SourceWidth = 0, SourceHeight = 0;
+    bool sourceunchanged() const;
+    void takesource();
+
   protected:
     void paintEvent(QPaintEvent* event) override;
     bool focusNextPrevChild(bool next) override;

@@ -189,7 +189,7 @@ t_PlatformPort qtplatformport() {
         if (v) v->setGeometry(tocontent(windowof(n), frame));
     };
     port.ViewNeedsDisplay = [](uint8_t n) {
-        if (DisplayView* v = viewof(n)) v->update();
+        if (DisplayView* v = viewof(n)) v->refresh();
     };
     port.ViewDisplay = [](uint8_t n) {
         if (DisplayView* v = viewof(n)) v->repaint();

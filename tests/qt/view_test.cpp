@@ -126,6 +126,36 @@ TEST_F(View, ARefreshRequestShowsTheNewFrameAndAHiddenWindowKeepsTheOld) {
     EXPECT_EQ(viewshot(7).pixel(frameWidth - 1, 0), red);
 }
 
+TEST_F(View, ARequestRedrawsOnlyWhenTheBlockOrItsPlaceChanged) {
+    makewindow(5, 0x220000);
+    t_Window& w = t_WindowTable[5];
+    auto requestdraws = [&] {
+        w.UpdateFinished = 0;
+        platformport().ViewNeedsDisplay(5);
+        return pumpuntil([&] { return w.UpdateFinished.load() != 0; }, 300ms);
+    };
+    // Let the paint of the window's first showing pass.
+    pumpuntil([] { return false; }, 100ms);
+    EXPECT_FALSE(requestdraws());
+    // The last byte of the block: the blue of the bottom right pixel.
+    t_VideoMemory[w.MemoryEnd] = 0x80;
+    EXPECT_TRUE(requestdraws());
+    EXPECT_EQ(viewshot(5).pixel(frameWidth - 1, frameHeight - 1), 0xFF000080);
+    EXPECT_FALSE(requestdraws());
+    // Hidden in the record the view keeps its frame; shown again it draws, though no byte changed.
+    w.Visible = false;
+    viewshot(5);
+    w.Visible = true;
+    EXPECT_TRUE(requestdraws());
+    // The same bytes at another place (the block moved when another window was made anew).
+    std::copy(t_VideoMemory.begin() + w.MemoryStart, t_VideoMemory.begin() + w.MemoryEnd + 1,
+              t_VideoMemory.begin() + 0x230000);
+    w.MemoryEnd += 0x230000 - w.MemoryStart;
+    w.MemoryStart = 0x230000;
+    EXPECT_TRUE(requestdraws());
+    EXPECT_FALSE(requestdraws());
+}
+
 TEST_F(View, OnlyViewZeroBracketsItsComposingWithVerticalBlank) {
     // A window not made logs from inside the composing, so the sink sees the flags of that moment.
     for (uint8_t n : {0, 1}) {
