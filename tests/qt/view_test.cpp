@@ -74,6 +74,12 @@ class View : public ::testing::Test {
         p[2] = qBlue(color);
     }
     QImage viewshot(uint8_t n) { return t_Delegate->view(n)->grab().toImage(); }
+    // A pixel of the view at logical coordinates, whatever the density of the screen.
+    QRgb viewpixel(uint8_t n, int x, int y) {
+        const QImage shot = viewshot(n);
+        const int dpr = qRound(shot.devicePixelRatio());
+        return shot.pixel(x * dpr, y * dpr);
+    }
     bool savedMemory = false;
     std::vector<uint8_t> used;
 };
@@ -83,29 +89,32 @@ TEST_F(View, FrameSitsUnscaledInsideTheBorderColour) {
     platformport().SetWindowBackground(6, t_PaletteColor(5));
     QMainWindow* window = t_Delegate->window(6);
     const QImage shot = window->grab().toImage();
+    // In logical pixels: on a dense screen the frame is as large as elsewhere, each pixel made bigger.
+    const int dpr = qRound(shot.devicePixelRatio());
+    auto at = [&](int x, int y) { return shot.pixel(x * dpr, y * dpr); };
     const int top = window->centralWidget()->y();
-    ASSERT_EQ(shot.width(), frameWidth + 2 * border);
-    EXPECT_EQ(shot.pixel(border, top + border), green);
-    EXPECT_EQ(shot.pixel(border + 1, top + border), red);
-    EXPECT_EQ(shot.pixel(border + frameWidth / 2 - 1, top + border + frameHeight - 1), red);
-    EXPECT_EQ(shot.pixel(border + frameWidth / 2, top + border), blue);
-    EXPECT_EQ(shot.pixel(border + frameWidth - 1, top + border + frameHeight - 1), blue);
+    ASSERT_EQ(shot.width(), (frameWidth + 2 * border) * dpr);
+    EXPECT_EQ(at(border, top + border), green);
+    EXPECT_EQ(at(border + 1, top + border), red);
+    EXPECT_EQ(at(border + frameWidth / 2 - 1, top + border + frameHeight - 1), red);
+    EXPECT_EQ(at(border + frameWidth / 2, top + border), blue);
+    EXPECT_EQ(at(border + frameWidth - 1, top + border + frameHeight - 1), blue);
     // The border on all four sides, right up to the frame.
     const QRgb grey = 0xFF545454;
-    EXPECT_EQ(shot.pixel(border - 1, top + border), grey);
-    EXPECT_EQ(shot.pixel(border + frameWidth, top + border), grey);
-    EXPECT_EQ(shot.pixel(border, top + border - 1), grey);
-    EXPECT_EQ(shot.pixel(border, top + border + frameHeight), grey);
-    EXPECT_EQ(shot.pixel(0, shot.height() - 1), grey);
+    EXPECT_EQ(at(border - 1, top + border), grey);
+    EXPECT_EQ(at(border + frameWidth, top + border), grey);
+    EXPECT_EQ(at(border, top + border - 1), grey);
+    EXPECT_EQ(at(border, top + border + frameHeight), grey);
+    EXPECT_EQ(at(0, top + frameHeight + 2 * border - 1), grey);
     // Another border colour shows at once.
     platformport().SetWindowBackground(6, t_PaletteColor(2));
-    EXPECT_EQ(window->grab().toImage().pixel(2, top + 2), 0xFF000080);
+    EXPECT_EQ(window->grab().toImage().pixel(2 * dpr, (top + 2) * dpr), 0xFF000080);
 }
 
 TEST_F(View, ARefreshRequestShowsTheNewFrameAndAHiddenWindowKeepsTheOld) {
     makewindow(7, 0x210000);
     DisplayView* view = t_Delegate->view(7);
-    ASSERT_EQ(viewshot(7).pixel(frameWidth - 1, 0), blue);
+    ASSERT_EQ(viewpixel(7, frameWidth - 1, 0), blue);
 
     // Through the path of the refresh: a request, then the event loop draws.
     paint(7, frameWidth - 1, 0, white);
@@ -113,17 +122,17 @@ TEST_F(View, ARefreshRequestShowsTheNewFrameAndAHiddenWindowKeepsTheOld) {
     platformport().ViewNeedsDisplay(7);
     ASSERT_TRUE(pumpuntil([] { return t_WindowTable[7].UpdateFinished.load() != 0; }));
     EXPECT_EQ(view->Frame.Pixels[frameWidth - 1], white);
-    EXPECT_EQ(viewshot(7).pixel(frameWidth - 1, 0), white);
+    EXPECT_EQ(viewpixel(7, frameWidth - 1, 0), white);
 
     // Hidden in the record, and being made anew: the view goes on showing what it showed.
     paint(7, frameWidth - 1, 0, red);
     t_WindowTable[7].Visible = false;
-    EXPECT_EQ(viewshot(7).pixel(frameWidth - 1, 0), white);
+    EXPECT_EQ(viewpixel(7, frameWidth - 1, 0), white);
     t_WindowTable[7].Visible = true;
     t_WindowTable[7].Initialized = false;
-    EXPECT_EQ(viewshot(7).pixel(frameWidth - 1, 0), white);
+    EXPECT_EQ(viewpixel(7, frameWidth - 1, 0), white);
     t_WindowTable[7].Initialized = true;
-    EXPECT_EQ(viewshot(7).pixel(frameWidth - 1, 0), red);
+    EXPECT_EQ(viewpixel(7, frameWidth - 1, 0), red);
 }
 
 TEST_F(View, ARequestRedrawsOnlyWhenTheBlockOrItsPlaceChanged) {
@@ -140,7 +149,7 @@ TEST_F(View, ARequestRedrawsOnlyWhenTheBlockOrItsPlaceChanged) {
     // The last byte of the block: the blue of the bottom right pixel.
     t_VideoMemory[w.MemoryEnd] = 0x80;
     EXPECT_TRUE(requestdraws());
-    EXPECT_EQ(viewshot(5).pixel(frameWidth - 1, frameHeight - 1), 0xFF000080);
+    EXPECT_EQ(viewpixel(5, frameWidth - 1, frameHeight - 1), 0xFF000080);
     EXPECT_FALSE(requestdraws());
     // Hidden in the record the view keeps its frame; shown again it draws, though no byte changed.
     w.Visible = false;
