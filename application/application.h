@@ -26,6 +26,9 @@ extern int64_t t_StatementPointer;
 const std::string& datafilepath();
 
 void SeelenorakelMain();
+// The first two steps of the run: both windows with header and rule, then the introduction.
+void SeelenorakelSetUp();
+void SeelenorakelIntroduction();
 void SeelenorakelList();
 int64_t SeelenorakelLoad();
 void t_AddStatementData(const std::string& text);

@@ -110,9 +110,17 @@ const std::string& datafilepath() {
     return DataFilePath;
 }
 
-void SeelenorakelMain() {
+void SeelenorakelSetUp() {
     setupwindows();
+}
+
+void SeelenorakelIntroduction() {
     introduction();
+}
+
+void SeelenorakelMain() {
+    SeelenorakelSetUp();
+    SeelenorakelIntroduction();
     SeelenorakelLoad();
     startmenu();
     participantloop();

@@ -235,7 +235,10 @@ void t_PrintSymbol(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) 
 
     const bool inRange = symbol >= font.Start && symbol <= font.End;
     if (inRange && font.Format != 2) {
-        const Int format = t_ExpandFont(font).Format;
+        // The format that expanding would give does not depend on the glyph data, so none is decoded.
+        t_Font probe;
+        probe.Format = font.Format;
+        const Int format = t_ExpandFont(probe).Format;
         if (format == 0 || format == 2)
             debuglog("t_PrintSymbol: Font format must be uncompressed grey for text-printing.");
         else
