@@ -3,7 +3,9 @@
 
 #include "shell/shell.h"
 
-#include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 using storeinternal::decimal;
 
@@ -34,10 +36,43 @@ struct Reader {
         if (p + offset >= e) return {};
         return {reinterpret_cast<const char*>(bytes.data()) + p + offset, e - p - offset};
     }
-    // Texts from the file are UTF-8; a piece that isn't comes out empty.
+    // Texts from the file are UTF-8; a piece that isn't comes out empty. Only lines with a byte above
+    // 127 need the check: pure ASCII is always valid.
+    bool high = false;
     std::string_view text(size_t offset) const {
         std::string_view piece = raw(offset);
+        if (!high || piece.empty()) return piece;
         return storeinternal::validutf8(piece) ? piece : std::string_view{};
+    }
+
+    // The end of the line that starts at p: its carriage return or the end of the bytes. The same scan
+    // notes whether the line holds a byte above 127.
+    size_t lineend(size_t from) {
+        const uint8_t* data = bytes.data();
+        const size_t size = bytes.size();
+        size_t i = from;
+        high = false;
+#if defined(__SSE2__)
+        const __m128i cr = _mm_set1_epi8(static_cast<char>(lineEnd));
+        while (size - i >= 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i));
+            const auto ends = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, cr)));
+            auto tops = static_cast<uint32_t>(_mm_movemask_epi8(v));
+            if (ends != 0) {
+                const int at = __builtin_ctz(ends);
+                tops &= (1u << at) - 1;
+                high = high || tops != 0;
+                return i + static_cast<size_t>(at);
+            }
+            high = high || tops != 0;
+            i += 16;
+        }
+#endif
+        for (; i < size; ++i) {
+            if (data[i] == lineEnd) return i;
+            if (data[i] >= 0x80) high = true;
+        }
+        return size;
     }
 
     void failtable() {
@@ -147,9 +182,9 @@ struct Reader {
             const uint8_t c = data[p];
             if (c == lineEnd) {
                 e = p;
+                high = false;
             } else {
-                const void* found = std::memchr(data + p, lineEnd, size - p);
-                e = found ? static_cast<size_t>(static_cast<const uint8_t*>(found) - data) : size;
+                e = lineend(p);
             }
             switch (c) {
             case lineEnd:

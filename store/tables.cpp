@@ -4,6 +4,10 @@
 #include "shell/shell.h"
 
 #include <charconv>
+#include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <cmath>
 #include <limits>
 
@@ -39,72 +43,73 @@ inline uint32_t lowerlatin1(uint32_t c) {
 
 namespace storeinternal {
 
-// One scalar from UTF-8 at s[i], advancing i; a malformed sequence counts as U+FFFD and one byte.
-uint32_t nextscalar(std::string_view s, size_t& i) {
-    const auto b0 = static_cast<uint8_t>(s[i]);
-    if (b0 < 0x80) {
-        ++i;
-        return b0;
+namespace {
+
+constexpr uint64_t highBits = 0x8080808080808080ULL;
+constexpr uint64_t ones = 0x0101010101010101ULL;
+
+// Up to the first eight bytes of a text, little-endian, zeros behind its end.
+inline uint64_t firstword(std::string_view s) {
+    uint64_t word = 0;
+    if (s.size() >= 8) {
+        std::memcpy(&word, s.data(), 8);
+        return word;
     }
-    int length = 0;
-    uint32_t c = 0;
-    uint32_t minimum = 0;
-    if ((b0 & 0xE0) == 0xC0) {
-        length = 2;
-        c = b0 & 0x1F;
-        minimum = 0x80;
-    } else if ((b0 & 0xF0) == 0xE0) {
-        length = 3;
-        c = b0 & 0x0F;
-        minimum = 0x800;
-    } else if ((b0 & 0xF8) == 0xF0) {
-        length = 4;
-        c = b0 & 0x07;
-        minimum = 0x10000;
-    } else {
-        ++i;
-        return 0xFFFD;
-    }
-    if (i + static_cast<size_t>(length) > s.size()) {
-        ++i;
-        return 0xFFFD;
-    }
-    for (int k = 1; k < length; ++k) {
-        const auto b = static_cast<uint8_t>(s[i + static_cast<size_t>(k)]);
-        if ((b & 0xC0) != 0x80) {
-            ++i;
-            return 0xFFFD;
-        }
-        c = (c << 6) | (b & 0x3F);
-    }
-    if (c < minimum || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
-        ++i;
-        return 0xFFFD;
-    }
-    i += static_cast<size_t>(length);
-    return c;
+    for (size_t k = 0; k < s.size(); ++k)
+        word |= static_cast<uint64_t>(static_cast<uint8_t>(s[k])) << (8 * k);
+    return word;
 }
 
+// Upper-case ASCII letters of a word of ASCII bytes to lower case: bytes from 'A' to 'Z' gain 0x20.
+inline uint64_t lowerascii(uint64_t word) {
+    const uint64_t atLeastA = word + (0x80 - 'A') * ones;
+    const uint64_t aboveZ = word + (0x80 - 'Z' - 1) * ones;
+    return word | ((atLeastA & ~aboveZ & highBits) >> 2);
+}
+
+} // namespace
+
 bool validutf8(std::string_view s) {
-    size_t i = 0;
+    const char* data = s.data();
     const size_t n = s.size();
+    size_t i = 0;
     while (i < n) {
-        // Runs of ASCII go eight bytes at a time.
-        while (i + 8 <= n) {
+        // ASCII goes 32 or 8 bytes at a time, and the first byte with its top bit set is jumped to.
+#if defined(__SSE2__)
+        if (n - i >= 32) {
+            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i));
+            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i + 16));
+            const auto high = static_cast<uint32_t>(_mm_movemask_epi8(a)) |
+                              (static_cast<uint32_t>(_mm_movemask_epi8(b)) << 16);
+            if (high == 0) {
+                i += 32;
+                continue;
+            }
+            i += static_cast<size_t>(__builtin_ctz(high));
+        } else
+#endif
+            if (n - i >= 8) {
             uint64_t word;
-            __builtin_memcpy(&word, s.data() + i, 8);
-            if (word & 0x8080808080808080ULL) break;
-            i += 8;
-        }
-        if (i >= n) break;
-        if (static_cast<uint8_t>(s[i]) < 0x80) {
+            std::memcpy(&word, data + i, 8);
+            const uint64_t high = word & highBits;
+            if (high == 0) {
+                i += 8;
+                continue;
+            }
+            i += static_cast<size_t>(__builtin_ctzll(high)) / 8;
+        } else if (static_cast<uint8_t>(data[i]) < 0x80) {
             ++i;
             continue;
         }
+        // Two-byte characters, the umlauts among them, are the usual case.
+        const auto b0 = static_cast<uint8_t>(data[i]);
+        if (b0 >= 0xC2 && b0 < 0xE0 && i + 1 < n && (static_cast<uint8_t>(data[i + 1]) & 0xC0) == 0x80) {
+            i += 2;
+            continue;
+        }
         const size_t before = i;
-        const uint32_t c = nextscalar(s, i);
         // U+FFFD itself is three bytes; a malformed byte advances by one.
-        if (c == 0xFFFD && i - before == 1) return false;
+        if (nextscalar(s, i) == 0xFFFD && i - before == 1) return false;
     }
     return true;
 }
@@ -112,11 +117,26 @@ bool validutf8(std::string_view s) {
 // d_TextKey of the lower-cased text. Texts whose first eight scalars lie in Latin-1 are lower-cased
 // here, scalar by scalar; only the others pay for the full Unicode lower case of the library.
 int64_t lowerkey(std::string_view text) {
+    const uint64_t word = firstword(text);
+    if ((word & highBits) == 0) return static_cast<int64_t>(lowerascii(word)) & topBitClear;
     uint64_t key = 0;
     size_t i = 0;
-    for (int k = 0; k < 8 && i < text.size(); ++k) {
-        const uint32_t c = nextscalar(text, i);
-        if (c > 0xFF) return d_TextKey(lowercasestring(text)) & topBitClear;
+    const size_t n = text.size();
+    for (int k = 0; k < 8 && i < n; ++k) {
+        uint32_t c;
+        const auto b = static_cast<uint8_t>(text[i]);
+        if (b < 0x80) {
+            c = b;
+            ++i;
+        } else if ((b == 0xC2 || b == 0xC3) && i + 1 < n &&
+                   (static_cast<uint8_t>(text[i + 1]) & 0xC0) == 0x80) {
+            // The rest of Latin-1, the umlauts among it.
+            c = ((b & 0x1Fu) << 6) | (static_cast<uint8_t>(text[i + 1]) & 0x3Fu);
+            i += 2;
+        } else {
+            c = nextscalar(text, i);
+            if (c > 0xFF) return d_TextKey(lowercasestring(text)) & topBitClear;
+        }
         key |= static_cast<uint64_t>(lowerlatin1(c)) << (8 * k);
     }
     return static_cast<int64_t>(key) & topBitClear;
@@ -133,6 +153,9 @@ std::string decimal(Int value) {
 using storeinternal::decimal;
 
 Int d_TextKey(std::string_view text) {
+    // Eight ASCII bytes are their own eight scalars.
+    const uint64_t word = storeinternal::firstword(text);
+    if ((word & storeinternal::highBits) == 0) return static_cast<Int>(word);
     uint64_t key = 0;
     size_t i = 0;
     for (int k = 0; k < 8 && i < text.size(); ++k)
@@ -424,7 +447,7 @@ void d_StoreCell(Int cell, Int type, std::string_view value) {
         break;
     }
     case d_TypeString:
-        text.assign(value);
+        text = std::string(value);
         key = storeinternal::lowerkey(value);
         break;
     case d_TypeTime: {
@@ -440,7 +463,7 @@ void d_StoreCell(Int cell, Int type, std::string_view value) {
         break;
     }
     default:
-        text.assign(value);
+        text = std::string(value);
         key = d_TextKey(value) & topBitClear;
         break;
     }
