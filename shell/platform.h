@@ -10,11 +10,13 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "display/display.h"
+#include "shell/shell.h"
 
 // A rectangle in the toolkit's coordinates: origin bottom left, y grows upward. Window frames count from
 // the bottom of the primary screen; view and scroll view frames from the bottom of the window's content.
@@ -85,6 +87,7 @@ struct t_PlatformPort {
     std::function<std::string(uint8_t window)> TextViewString = [](uint8_t) { return std::string(); };
     std::function<void(uint8_t window, const std::string& text)> SetTextViewString =
         [](uint8_t, const std::string&) {};
+    std::function<void(uint8_t window)> TextViewNeedsDisplay = [](uint8_t) {};
 
     // The general pasteboard. Text is UTF-8; an image is Width * Height words 0xAARRGGBB.
     std::function<void()> PasteboardClear = [] {};
@@ -95,6 +98,9 @@ struct t_PlatformPort {
 
     // The system's beep.
     std::function<void()> Beep = [] {};
+    // Starts playing the sound and returns; a host without a way to play it beeps instead.
+    std::function<void(std::shared_ptr<const AiffSound> sound)> PlaySound =
+        [](std::shared_ptr<const AiffSound>) {};
 
     // Ends the process the way the Quit command does. Main thread.
     std::function<void()> Terminate = [] {};
@@ -124,3 +130,10 @@ void applicationDidFinishLaunching();
 // The general pasteboard from any thread: the calls cross to the main thread.
 void setpasteboardstring(const std::string& text); // clears it, then puts the text on it
 std::string pasteboardstring();                    // empty when it holds no text
+
+// The steps of t_InitMemory that belong to the menus and to the pasteboard window, after the window table.
+void t_InitMemoryMenus();
+void t_InitMemoryPasteboard();
+
+// Forgets the beep's sound and when it stops playing: the next t_Beep fetches the sound anew.
+void t_BeepForget();

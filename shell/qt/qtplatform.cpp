@@ -2,9 +2,14 @@
 #include "shell/shell.h"
 
 #include <QApplication>
+#include <QAudioDevice>
+#include <QAudioFormat>
+#include <QAudioSink>
+#include <QBuffer>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QImage>
+#include <QMediaDevices>
 #include <QMenuBar>
 #include <QMetaObject>
 #include <QScreen>
@@ -48,7 +53,9 @@ QRect toglobal(const t_PlatformRect& r) {
 
 int barheight(QMainWindow* window) {
     QMenuBar* bar = window->menuBar();
-    return bar->isHidden() && window->isVisible() ? 0 : bar->sizeHint().height();
+    // A window without title has its bar hidden on purpose; a bar not yet shown still counts.
+    const bool hidden = bar->testAttribute(Qt::WA_WState_ExplicitShowHide) && bar->isHidden();
+    return hidden ? 0 : bar->sizeHint().height();
 }
 
 // Child frames count from the bottom of the content, which lies below the menu bar.
@@ -86,6 +93,37 @@ void showwindow(uint8_t n, bool takeKeys) {
         if (DisplayView* v = viewof(n)) v->setFocus();
     }
     w->setAttribute(Qt::WA_ShowWithoutActivating, false);
+}
+
+// Plays the sound on the default output; without one, or when it refuses the format, the system beeps.
+void playsound(const std::shared_ptr<const AiffSound>& sound) {
+    const QAudioDevice device = QMediaDevices::defaultAudioOutput();
+    QAudioFormat format;
+    format.setSampleRate(static_cast<int>(std::lround(sound->SampleRate)));
+    format.setChannelCount(static_cast<int>(sound->Channels));
+    format.setSampleFormat(QAudioFormat::Int16);
+    if (device.isNull() || !device.isFormatSupported(format)) {
+        QApplication::beep();
+        return;
+    }
+    auto* sink = new QAudioSink(device, format, qApp);
+    auto* buffer = new QBuffer(sink);
+    buffer->setData(reinterpret_cast<const char*>(sound->Samples.data()),
+                    static_cast<qsizetype>(sound->Samples.size() * sizeof(int16_t)));
+    buffer->open(QIODevice::ReadOnly);
+    // The sink goes once the sound has run out or the device has gone.
+    QObject::connect(sink, &QAudioSink::stateChanged, sink, [sink](QAudio::State state) {
+        if (state != QAudio::IdleState && state != QAudio::StoppedState) return;
+        QObject::disconnect(sink, nullptr, sink, nullptr);
+        sink->stop();
+        sink->deleteLater();
+    });
+    sink->start(buffer);
+    if (sink->error() != QAudio::NoError && sink->state() != QAudio::ActiveState) {
+        QObject::disconnect(sink, nullptr, sink, nullptr);
+        sink->deleteLater();
+        QApplication::beep();
+    }
 }
 
 int signalPipe[2] = {-1, -1};
@@ -133,8 +171,10 @@ t_PlatformPort qtplatformport() {
         QMainWindow* w = windowof(n);
         if (!w) return;
         QRect area = w->screen()->availableGeometry();
-        // Across: the exact middle; down: a third of the free room above, two thirds below.
-        w->move(area.x() + (area.width() - w->width()) / 2, area.y() + (area.height() - w->height()) / 3);
+        // Across: the exact middle; down: a third of the free room above, two thirds below. The client
+        // rectangle is placed, as everywhere else: move() would place the decorations' corner.
+        w->setGeometry(area.x() + (area.width() - w->width()) / 2,
+                       area.y() + (area.height() - w->height()) / 3, w->width(), w->height());
     };
     port.WindowOrderFront = [](uint8_t n) { showwindow(n, false); };
     port.WindowMakeKeyAndOrderFront = [](uint8_t n) { showwindow(n, true); };
@@ -161,6 +201,8 @@ t_PlatformPort qtplatformport() {
                               Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint);
         else
             w->setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
+        // The bar stands for the title in every measure, so it goes with it.
+        w->menuBar()->setVisible(mask != 0);
         // Changing the flags hides the window.
         if (visible) w->show();
     };
@@ -213,6 +255,9 @@ t_PlatformPort qtplatformport() {
     port.SetTextViewString = [](uint8_t n, const std::string& text) {
         if (QPlainTextEdit* t = textof(n)) t->setPlainText(QString::fromStdString(text));
     };
+    port.TextViewNeedsDisplay = [](uint8_t n) {
+        if (QPlainTextEdit* t = textof(n)) t->viewport()->update();
+    };
 
     port.PasteboardClear = [] { QGuiApplication::clipboard()->clear(QClipboard::Clipboard); };
     port.PasteboardSetText = [](const std::string& text) {
@@ -233,6 +278,9 @@ t_PlatformPort qtplatformport() {
     };
 
     port.Beep = [] { QApplication::beep(); };
+    port.PlaySound = [](std::shared_ptr<const AiffSound> sound) {
+        if (sound) playsound(sound);
+    };
     port.Terminate = [] { quitapplication(); };
     return port;
 }
