@@ -347,14 +347,6 @@ TEST(StoreDataFile, MissingOrEmptyFileIsNoLoad) {
     std::filesystem::remove_all(folder);
 }
 
-TEST(StoreDataFile, FieldTypeCodes) {
-    const std::vector<std::pair<std::string, Int>> codes = {
-        {"I", 0}, {"Integer", 0},  {"R", 1}, {"Real", 1}, {"B", 2}, {"Boolean", 2},
-        {"S", 3}, {"String", 3},   {"D", 4}, {"Data", 4}, {"T", 5}, {"Time", 5},
-        {"L", 6}, {"LongTime", 6}, {"O", 7}, {"s", 7},    {"", 7},  {"Strings", 7}};
-    for (const auto& [text, code] : codes) EXPECT_EQ(d_FieldTypeCode(text), code) << text;
-}
-
 TEST(StoreDataFile, SeelenorakelLoadFeedsItsOwnTable) {
     const std::string folder = tempfolder();
     // The data file goes to a folder of the test's own, never beside a real game.
@@ -385,17 +377,6 @@ TEST(StoreDataFile, SeelenorakelLoadFeedsItsOwnTable) {
     EXPECT_EQ(t_StatementData[31], "Für Fußball interesiere ich mich sehr");
     EXPECT_EQ(t_StatementData[37], "Freunde zu finden fällt mir nicht besonders schwer");
     std::filesystem::remove_all(folder);
-}
-
-TEST(StoreDataFile, StatementDataSplitsAtCommasOutsideQuotes) {
-    t_StatementData.clear();
-    t_StatementCount = 0;
-    t_AddStatementData("eins, zwei ,'drei, vier'");
-    t_AddStatementData("");
-    EXPECT_EQ(t_StatementData, (std::vector<std::string>{"eins", "zwei", "drei, vier", ""}));
-    EXPECT_EQ(t_StatementCount, 4);
-    t_StatementData.clear();
-    t_StatementCount = 0;
 }
 
 } // namespace
