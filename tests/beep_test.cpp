@@ -120,11 +120,4 @@ TEST_F(Beep, AFileThatIsNoSoundFallsBackToTheSystemBeep) {
     EXPECT_EQ(recorder->plays(), 0u);
 }
 
-TEST_F(Beep, BeepingOnTheMainThreadDoesNotWaitForItself) {
-    writesound(aiffencode(1, 8000, tone(100ms)));
-    ASSERT_TRUE(standin::onmain([] { t_Beep(); }, 5s));
-    windowtest::drainmain();
-    EXPECT_EQ(recorder->plays(), 1u);
-}
-
 } // namespace

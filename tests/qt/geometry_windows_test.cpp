@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QMenuBar>
 #include <QScreen>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -141,8 +142,9 @@ TEST_F(GeometryWindows, WithoutTitleTheBarGoesAndTheViewKeepsItsBorder) {
     EXPECT_EQ(t_Delegate->view(number)->geometry(), QRect(borderWidth, borderHeight, width, height));
 }
 
-// With no audio device (offscreen, CI) the beep falls back at once; nothing may wait for a device.
-TEST(GeometryBeep, TheBeepNeverWaitsForAnAudioDevice) {
+// With no audio device (offscreen, CI) the beep falls back to the system's; either way the sound is handed
+// to the event loop, and the loop goes on serving what comes after it.
+TEST(GeometryBeep, TheBeepNeverHoldsUpTheCallerOrTheEventLoop) {
     char buffer[PATH_MAX];
     ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
     ASSERT_GT(n, 0);
@@ -151,14 +153,12 @@ TEST(GeometryBeep, TheBeepNeverWaitsForAnAudioDevice) {
     ASSERT_TRUE(std::filesystem::exists(bundle + "/Contents/Resources/sysbeep.aif")) << bundle;
     setbundlepath(bundle);
     t_BeepForget();
-    ASSERT_TRUE(onprogramthread([] {
-        t_Beep();
-        t_Beep();
-    }));
+    ASSERT_TRUE(onprogramthread([] { t_Beep(); }));
+    t_BeepForget();
     t_Beep();
-    // Whatever the machine has, the queued sound is started or refused within the event loop's passes.
-    int passes = 0;
-    EXPECT_TRUE(pumpuntil([&] { return ++passes > 20; }));
+    bool served = false;
+    QTimer::singleShot(0, [&] { served = true; });
+    EXPECT_TRUE(pumpuntil([&] { return served; }));
     t_BeepForget();
     setbundlepath("");
 }
