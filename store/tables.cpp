@@ -301,7 +301,9 @@ void d_LoadRecord(Int table) {
     const auto to = static_cast<size_t>(t.RecordIndex[0]);
     if (from == to) return;
     for (size_t f = 0; f < t.Field.size(); ++f) {
-        d_DataText[to + f] = d_DataText[from + f];
+        // A fresh record is empty, and so is the Working Record that copied the last one.
+        if (!d_DataText[to + f].empty() || !d_DataText[from + f].empty())
+            d_DataText[to + f] = d_DataText[from + f];
         d_DataKey[to + f] = d_DataKey[from + f];
     }
 }
@@ -350,6 +352,17 @@ std::string d_GetData(Int table, Int record, Int field) {
     return d_DataText[static_cast<size_t>(t.RecordIndex[static_cast<size_t>(record)] + field)];
 }
 
+namespace {
+
+// The first record from r on whose key is key, or count. Kept apart so that the walk has the
+// registers to itself.
+[[gnu::noinline]] size_t nextkey(const int64_t* keys, const Int* index, size_t r, size_t count, int64_t key) {
+    while (r < count && keys[index[r]] != key) ++r;
+    return r;
+}
+
+} // namespace
+
 Int d_SearchUniqueRecord(Int table, Int field, std::string_view value, bool caseSensitive) {
     if (!tableexists(table)) {
         debuglog("d_SearchUniqueRecord: Table #" + decimal(table) + " not found.");
@@ -361,7 +374,9 @@ Int d_SearchUniqueRecord(Int table, Int field, std::string_view value, bool case
         return -1;
     }
     const int64_t key = storeinternal::lowerkey(value);
-    const std::string compared = caseSensitive ? std::string(value) : lowercasestring(value);
+    // The lower-cased value is only needed behind an equal key, and made then.
+    std::string compared;
+    bool prepared = false;
     if (t.RecordIndex.size() < 2) {
         debuglog("d_SearchUniqueRecord: Table #" + decimal(table) + " has no records.");
         return -1;
@@ -370,8 +385,12 @@ Int d_SearchUniqueRecord(Int table, Int field, std::string_view value, bool case
     const int64_t* keys = d_DataKey.data() + field;
     const Int* index = t.RecordIndex.data();
     const size_t count = t.RecordIndex.size();
-    for (size_t r = 1; r < count; ++r) {
-        if (keys[index[r]] != key) continue;
+    for (size_t r = nextkey(keys, index, 1, count, key); r < count;
+         r = nextkey(keys, index, r + 1, count, key)) {
+        if (!prepared) {
+            compared = caseSensitive ? std::string(value) : lowercasestring(value);
+            prepared = true;
+        }
         const std::string& text = d_DataText[static_cast<size_t>(index[r] + field)];
         if (caseSensitive ? text == compared : lowercasestring(text) == compared) {
             debuglog("d_SearchUniqueRecord: Found record [" + decimal(index[r]) + "] #'" +
