@@ -1,6 +1,7 @@
 // The text area and the cursor in it. The cursor is only a position; moving it draws nothing, and a
 // step over an edge of the area wraps to the neighbouring line or scrolls the area.
 #include "display/display.h"
+#include "terminal/internal.h"
 #include "terminal/terminal.h"
 
 void t_FullArea(uint8_t window) {
@@ -51,7 +52,10 @@ void t_CursorLeft(uint8_t window) {
 }
 
 void t_CursorRight(uint8_t window) {
-    if (!t_TextGuard(window, "t_CursorRight")) return;
+    if (t_TextGuard(window, "t_CursorRight")) stepright(window);
+}
+
+void stepright(uint8_t window) {
     t_Window& w = t_WindowTable[window];
     if (++w.TextHpos > w.TextLastColumn) t_Cr(window);
 }

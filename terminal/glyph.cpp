@@ -3,12 +3,15 @@
 #include "display/display.h"
 #include "library/library.h"
 #include "shell/shell.h"
+#include "terminal/internal.h"
 #include "terminal/terminal.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -93,24 +96,26 @@ bool allof(const uint8_t* g, Int n, uint8_t value) {
 
 // One loop per depth, picked once per glyph.
 
-void plot1(Plot p) {
-    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+void plot1(const Plot& p) {
+    uint8_t* row = p.Row;
+    for (Int r = 0; r < p.Height; ++r, row += p.Stride) {
         const uint8_t* g = p.Glyph + r * p.Width;
         for (Int c = 0; c < p.Width; ++c) {
             const Int px = p.Px + c;
-            uint8_t& byte = p.Row[px >> 3];
+            uint8_t& byte = row[px >> 3];
             const uint8_t mask = static_cast<uint8_t>(0x80u >> (px & 7));
             byte = static_cast<uint8_t>(p.Colors->Bit[g[c]] ? byte | mask : byte & ~mask);
         }
     }
 }
 
-void plot4(Plot p) {
-    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+void plot4(const Plot& p) {
+    uint8_t* row = p.Row;
+    for (Int r = 0; r < p.Height; ++r, row += p.Stride) {
         const uint8_t* g = p.Glyph + r * p.Width;
         for (Int c = 0; c < p.Width; ++c) {
             const Int px = p.Px + c;
-            uint8_t& byte = p.Row[px >> 1];
+            uint8_t& byte = row[px >> 1];
             const uint8_t index = p.Colors->Index[g[c]];
             byte = (px & 1) ? static_cast<uint8_t>((byte & 0xF0) | index)
                             : static_cast<uint8_t>((byte & 0x0F) | (index << 4));
@@ -118,18 +123,20 @@ void plot4(Plot p) {
     }
 }
 
-void plot8(Plot p) {
-    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+void plot8(const Plot& p) {
+    uint8_t* row = p.Row;
+    for (Int r = 0; r < p.Height; ++r, row += p.Stride) {
         const uint8_t* g = p.Glyph + r * p.Width;
-        uint8_t* d = p.Row + p.Px;
+        uint8_t* d = row + p.Px;
         for (Int c = 0; c < p.Width; ++c) d[c] = p.Colors->Grey[g[c]];
     }
 }
 
-void plot16(Plot p) {
-    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+void plot16(const Plot& p) {
+    uint8_t* row = p.Row;
+    for (Int r = 0; r < p.Height; ++r, row += p.Stride) {
         const uint8_t* g = p.Glyph + r * p.Width;
-        uint8_t* d = p.Row + p.Px * 2 + 1;
+        uint8_t* d = row + p.Px * 2 + 1;
         for (Int c = 0; c < p.Width; ++c) d[c * 2] = p.Colors->Grey[g[c]];
     }
 }
@@ -137,7 +144,8 @@ void plot16(Plot p) {
 // Rows that are all background or all foreground (most rows of most glyphs) go as one block copy of a
 // prepared row; the others store a word per pixel, each word's spare byte being overwritten by the next
 // pixel, and the last pixel of the row as three bytes so that nothing beyond the cell is touched.
-void plot24(Plot p) {
+void blend24(const Plot& p) {
+    uint8_t* row = p.Row;
     const auto& rgb = p.Colors->Rgb;
     const Int bytes = p.Width * 3;
     uint8_t background[255 * 3 + 1];
@@ -146,9 +154,9 @@ void plot24(Plot p) {
         std::memcpy(background + c * 3, rgb[0], 4);
         std::memcpy(foreground + c * 3, rgb[255], 4);
     }
-    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+    for (Int r = 0; r < p.Height; ++r, row += p.Stride) {
         const uint8_t* g = p.Glyph + r * p.Width;
-        uint8_t* d = p.Row + p.Px * 3;
+        uint8_t* d = row + p.Px * 3;
         if (allof(g, p.Width, 0)) {
             std::memcpy(d, background, static_cast<size_t>(bytes));
         } else if (allof(g, p.Width, 255)) {
@@ -161,16 +169,83 @@ void plot24(Plot p) {
     }
 }
 
-void plot32(Plot p) {
+// Text repeats few glyphs in few colours: at 24 bits each glyph is blended once per colour pair into a
+// cache, and later plots copy its rows. An entry keeps the grey levels it was made from and compares them
+// with the font's, so that a font changed in place, or a new font at the same address, never shows an old
+// picture. Nothing changes a font while one print call runs, so an entry compared in the current call is
+// taken without comparing again. One cache per thread, since no lock guards the plotter.
+struct CachedGlyph {
+    std::vector<uint8_t> Grey;
+    std::vector<uint8_t> Pixels; // rows of Width * 3 bytes, packed
+    const PairTable* Colors = nullptr;
+    Int Width = 0;
+    Int Height = 0;
+    const uint8_t* Source = nullptr; // the glyph compared in call Checked
+    uint64_t Checked = 0;
+};
+
+constexpr size_t cacheSlots = 1024;
+constexpr Int cacheableGlyph = 64 * 64;
+thread_local uint64_t printCall = 1;
+
+const CachedGlyph& cachedglyph(const Plot& p) {
+    thread_local std::vector<CachedGlyph> cache(cacheSlots);
+    const auto size = static_cast<size_t>(p.Width * p.Height);
+    const uint64_t key = reinterpret_cast<uintptr_t>(p.Glyph) * 0x9E3779B97F4A7C15ull ^
+                         reinterpret_cast<uintptr_t>(p.Colors) * 0xC2B2AE3D27D4EB4Full;
+    CachedGlyph& entry = cache[(key >> 40) % cacheSlots];
+    if (entry.Colors == p.Colors && entry.Width == p.Width && entry.Height == p.Height) {
+        if (entry.Source == p.Glyph && entry.Checked == printCall) return entry;
+        if (std::memcmp(entry.Grey.data(), p.Glyph, size) == 0) {
+            entry.Source = p.Glyph;
+            entry.Checked = printCall;
+            return entry;
+        }
+    }
+    entry.Grey.assign(p.Glyph, p.Glyph + size);
+    entry.Pixels.resize(size * 3);
+    entry.Colors = p.Colors;
+    entry.Width = p.Width;
+    entry.Height = p.Height;
+    entry.Source = p.Glyph;
+    entry.Checked = printCall;
+    blend24(Plot{p.Glyph, entry.Pixels.data(), p.Width * 3, 0, p.Width, p.Height, p.Colors});
+    return entry;
+}
+
+void plot24(const Plot& p) {
+    if (p.Width * p.Height > cacheableGlyph) {
+        blend24(p);
+        return;
+    }
+    const CachedGlyph& glyph = cachedglyph(p);
+    const uint8_t* from = glyph.Pixels.data();
+    uint8_t* to = p.Row + p.Px * 3;
+    const Int bytes = p.Width * 3, stride = p.Stride, height = p.Height;
+    // The font's own cell width gets a copy of fixed size, which the compiler turns into a few moves.
+    // Each row also asks early for the memory of the next cell to its right, where printing goes on.
+    if (bytes == 48) {
+        for (Int r = 0; r < height; ++r, from += 48, to += stride) {
+            std::memcpy(to, from, 48);
+            __builtin_prefetch(to + 95, 1);
+        }
+    } else {
+        for (Int r = 0; r < height; ++r, from += bytes, to += stride)
+            std::memcpy(to, from, static_cast<size_t>(bytes));
+    }
+}
+
+void plot32(const Plot& p) {
+    uint8_t* row = p.Row;
     const auto& rgb = p.Colors->Rgb;
-    for (Int r = 0; r < p.Height; ++r, p.Row += p.Stride) {
+    for (Int r = 0; r < p.Height; ++r, row += p.Stride) {
         const uint8_t* g = p.Glyph + r * p.Width;
-        uint8_t* d = p.Row + p.Px * 4 + 1;
+        uint8_t* d = row + p.Px * 4 + 1;
         for (Int c = 0; c < p.Width; ++c) std::memcpy(d + c * 4, rgb[g[c]], 3);
     }
 }
 
-using PlotLoop = void (*)(Plot);
+using PlotLoop = void (*)(const Plot&);
 
 // Row stride in bytes and the loop, by depth; a depth without a loop plots nothing.
 struct Depth {
@@ -186,7 +261,20 @@ PlotLoop loopfor(Int bits) {
 }
 
 Int stridefor(Int bits, Int width) {
-    return bits == 1 ? width / 8 : bits == 4 ? width / 2 : width * (bits / 8);
+    switch (bits) {
+    case 1:
+        return width / 8;
+    case 4:
+        return width / 2;
+    case 16:
+        return width * 2;
+    case 24:
+        return width * 3;
+    case 32:
+        return width * 4;
+    default:
+        return width;
+    }
 }
 
 void redirected(uint8_t symbol) {
@@ -195,19 +283,11 @@ void redirected(uint8_t symbol) {
 
 } // namespace
 
-void t_PrintSymbol(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
-    if (window > 7) {
-        t_TextGuard(window, "t_PrintSymbol");
-        return;
-    }
+namespace {
+
+// Everything after the redirection and the guard.
+void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
     t_Window& w = t_WindowTable[window];
-    // Where the symbol goes is decided before anything else about the window.
-    if (w.TextRedirectOutput == 2) {
-        redirected(symbol);
-        return;
-    }
-    if (w.TextRedirectOutput != 1) return;
-    if (!t_TextGuard(window, "t_PrintSymbol")) return;
     const t_Font& font = w.Font;
     if (font.Data.empty()) {
         debuglog("t_PrintSymbol: Window #" + std::to_string(window) + " not initialized.");
@@ -268,4 +348,31 @@ void t_PrintSymbol(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) 
     uint8_t* text = t_VideoMemory.data() + w.TextMemoryStart;
     text[half + cell] = static_cast<uint8_t>(fg * 16 + bg);
     text[cell] = symbol;
+}
+
+// Where the symbol goes is decided before anything else about the window; false when it went elsewhere.
+bool towindow(const t_Window& w, uint8_t symbol) {
+    if (w.TextRedirectOutput == 2) redirected(symbol);
+    return w.TextRedirectOutput == 1;
+}
+
+} // namespace
+
+void t_PrintSymbol(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
+    if (window > 7) {
+        t_TextGuard(window, "t_PrintSymbol");
+        return;
+    }
+    if (!towindow(t_WindowTable[window], symbol)) return;
+    if (!t_TextGuard(window, "t_PrintSymbol")) return;
+    newprintcall();
+    plotguarded(window, symbol, color, x, y);
+}
+
+void newprintcall() {
+    ++printCall;
+}
+
+void plotsymbol(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
+    if (towindow(t_WindowTable[window], symbol)) plotguarded(window, symbol, color, x, y);
 }

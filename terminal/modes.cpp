@@ -2,6 +2,7 @@
 // window's mode translates each code before it is plotted.
 #include "display/display.h"
 #include "shell/shell.h"
+#include "terminal/internal.h"
 #include "terminal/terminal.h"
 
 #include <array>
@@ -132,26 +133,34 @@ t_DisplayResult t_ApplyDisplayMode(uint8_t window, uint64_t code) {
         if (window > 7) return {-1, false, 0};
         return {-1, t_WindowTable[window].TextInverse, t_WindowTable[window].TextColor};
     }
+    return applydisplaymode(window, code);
+}
+
+t_DisplayResult applydisplaymode(uint8_t window, uint64_t code) {
     t_Window& w = t_WindowTable[window];
-    t_DisplayResult result{static_cast<Int>(code), w.TextInverse, w.TextColor};
+    // Built in locals and put together once at the end: the caller takes the three back as one value.
+    const bool inverse = w.TextInverse;
+    uint8_t color = w.TextColor;
+    Int symbol = static_cast<Int>(code);
     const Int mode = w.TextDisplayMode;
     if (mode == escapeMode) {
         const EscapeAction action = code < escapeTable.size() ? escapeTable[code] : nullptr;
         // An unknown code prints as it is and the escape goes on waiting for a command.
-        if (!action) return result;
-        result.Symbol = -1;
-        action(window, code, result.Color);
-        w.TextDisplayMode = 0;
-        return result;
+        if (action) {
+            symbol = -1;
+            action(window, code, color);
+            w.TextDisplayMode = 0;
+        }
+        return {symbol, inverse, color};
     }
     for (const ModeRow& row : modeRows) {
         if (row.Mode != mode || code < row.Low || code > row.High) continue;
-        result.Symbol = static_cast<Int>(code) + row.Offset;
+        symbol = static_cast<Int>(code) + row.Offset;
         if (row.Effect == Extra::Inverse) t_Inverse(window);
         if (row.Effect == Extra::Red) t_Color(window, 1);
         break;
     }
-    return result;
+    return {symbol, inverse, color};
 }
 
 void t_PrintControl(uint8_t window, uint8_t code) {

@@ -3,6 +3,7 @@
 #include "display/display.h"
 #include "library/library.h"
 #include "shell/shell.h"
+#include "terminal/internal.h"
 #include "terminal/terminal.h"
 
 #include <unicode/utf8.h>
@@ -23,15 +24,15 @@ void printcode(uint8_t window, uint64_t code) {
         t_PrintControl(window, static_cast<uint8_t>(code));
         return;
     }
-    const t_DisplayResult shown = t_ApplyDisplayMode(window, code);
+    const t_DisplayResult shown = applydisplaymode(window, code);
     Int symbol = shown.Symbol;
     if (symbol >= 256) {
         if (w.TextDisplayMode == 4) t_Color(window, 1);
         symbol = '?';
     }
     if (symbol >= 0) {
-        t_PrintSymbol(window, static_cast<uint8_t>(symbol), w.TextColor, w.TextHpos, w.TextVpos);
-        t_CursorRight(window);
+        plotsymbol(window, static_cast<uint8_t>(symbol), w.TextColor, w.TextHpos, w.TextVpos);
+        stepright(window);
     }
     // After the plot and the move, so that a colour or inverse set for this one character lasts for it.
     w.TextInverse = shown.Inverse;
@@ -40,6 +41,7 @@ void printcode(uint8_t window, uint64_t code) {
 
 bool printable(uint8_t window) {
     if (!t_TextGuard(window, "t_Print")) return false;
+    newprintcall();
     if (!t_WindowTable[window].Font.Data.empty()) return true;
     debuglog("t_Print: Window #" + std::to_string(window) + " has no text font.");
     return false;
@@ -89,11 +91,12 @@ void t_Print(uint8_t window, std::string_view text) {
 
 void t_PrintChar(uint8_t window, uint8_t character) {
     if (!t_TextGuard(window, "t_PrintChar")) return;
+    newprintcall();
     t_Window& w = t_WindowTable[window];
-    const t_DisplayResult shown = t_ApplyDisplayMode(window, character);
+    const t_DisplayResult shown = applydisplaymode(window, character);
     if (shown.Symbol >= 0 && shown.Symbol <= 255) {
-        t_PrintSymbol(window, static_cast<uint8_t>(shown.Symbol), w.TextColor, w.TextHpos, w.TextVpos);
-        t_CursorRight(window);
+        plotsymbol(window, static_cast<uint8_t>(shown.Symbol), w.TextColor, w.TextHpos, w.TextVpos);
+        stepright(window);
     }
     w.TextInverse = shown.Inverse;
     w.TextColor = shown.Color;

@@ -1,0 +1,180 @@
+// The terminal's two heavy paths against the plain memory operations they stand for, in the run's
+// window 0 (80 by 25 cells of 16 by 32 pixels at 24 bits, a graphic block of 3,072,000 bytes):
+// - a full screen printed with t_Print against a memset of the block;
+// - a full-width t_ScrollUp against a memmove of the block.
+#include "display/display.h"
+#include "shell/platform.h"
+#include "shell/shell.h"
+#include "terminal/terminal.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr uint8_t window = 0;
+
+std::string builtbundle() {
+    char buffer[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
+    if (n <= 0) return {};
+    std::filesystem::path exe(std::string(buffer, static_cast<size_t>(n)));
+    return (exe.parent_path().parent_path() / "Seelenorakel.app").string();
+}
+
+// A platform whose every thread is the main thread and whose windows are tokens.
+void installplatform() {
+    static char tokens[16];
+    t_PlatformPort port;
+    port.IsMainThread = [] { return true; };
+    port.Window = [](uint8_t n) -> t_Handle { return n <= 12 ? &tokens[n] : nullptr; };
+    port.View = [](uint8_t n) -> t_Handle { return n <= 7 ? &tokens[n] : nullptr; };
+    setplatformport(port);
+}
+
+// The run's window in the run's font; a window of the same size with a made-up font if the bundle has
+// not been built.
+void makewindow() {
+    t_DebugLevel = 0;
+    t_AutoUpdateRunning = true; // no refresh process in a measurement
+    setbundlepath(builtbundle());
+    t_InitWindow(window, 24, 80, 25, 16, "MenloRegular 16x32.font");
+    if (!t_WindowTable[window].Initialized) {
+        std::fprintf(stderr, "bench_terminal: no built font, printing with a made-up one\n");
+        t_Font font;
+        font.Format = 2;
+        font.End = 255;
+        font.Width = 16;
+        font.Height = 32;
+        font.Data.resize(256 * 512);
+        for (size_t i = 0; i < font.Data.size(); ++i) font.Data[i] = static_cast<uint8_t>((i * 37) >> 2);
+        t_InitWindow(window, 24, true, 1280, 800, 16, 16, font, true);
+    }
+    t_Color(window, 13);
+}
+
+// 25 lines of 80 characters of the game's own kind of text.
+std::vector<std::string> screenlines() {
+    const std::string prose =
+        "Dieses Programm sucht unter den Teilnehmern zu Jedem den passenden Partner aus. "
+        "Dazu werden Fragen gestellt, die bitte möglichst wahrheitsgetreu beantwortet "
+        "werden sollen (der Partner soll ja gut zu ihrer Persöhnlichkeit passen). ";
+    std::vector<std::string> lines;
+    size_t at = 0;
+    while (lines.size() < 25) {
+        std::string line;
+        Int count = 0;
+        while (count < 80) {
+            const unsigned char c = static_cast<unsigned char>(prose[at % prose.size()]);
+            const size_t length = c < 0x80 ? 1 : 2; // the prose holds ASCII and two-byte letters only
+            line += prose.substr(at % prose.size(), length);
+            at += length;
+            ++count;
+        }
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+uint8_t* block() {
+    return t_VideoMemory.data() + t_WindowTable[window].MemoryStart;
+}
+
+size_t blocksize() {
+    const t_Window& w = t_WindowTable[window];
+    return static_cast<size_t>(w.Width * w.Height * 3);
+}
+
+void BM_MemsetBlock(benchmark::State& state) {
+    int value = 0;
+    for (auto _ : state) {
+        std::memset(block(), ++value & 0xFF, blocksize());
+        benchmark::ClobberMemory();
+    }
+}
+
+// The screen's 2000th character would scroll the window: the lock keeps that out of this figure, since
+// the scroll is measured on its own below.
+void BM_PrintScreen(benchmark::State& state) {
+    const std::vector<std::string> lines = screenlines();
+    t_WindowTable[window].ScrollLock = true;
+    for (auto _ : state) {
+        t_CursorHome(window);
+        for (const std::string& line : lines) t_Print(window, line);
+        benchmark::ClobberMemory();
+    }
+    t_WindowTable[window].ScrollLock = false;
+}
+
+void BM_MemmoveBlock(benchmark::State& state) {
+    static std::vector<uint8_t> elsewhere(blocksize());
+    bool forth = true;
+    for (auto _ : state) {
+        if (forth)
+            std::memmove(elsewhere.data(), block(), blocksize());
+        else
+            std::memmove(block(), elsewhere.data(), blocksize());
+        forth = !forth;
+        benchmark::ClobberMemory();
+    }
+}
+
+void BM_ScrollUp(benchmark::State& state) {
+    t_FullArea(window);
+    for (auto _ : state) {
+        t_ScrollUp(window);
+        benchmark::ClobberMemory();
+    }
+}
+
+// Five runs of each, and the fastest kept besides mean and median; the ratios take the fastest CPU
+// times, since on a shared machine wall time measures the neighbours as much as the code.
+void repeated(benchmark::internal::Benchmark* b) {
+    b->Unit(benchmark::kMicrosecond)->Repetitions(5)->ReportAggregatesOnly(true);
+    b->ComputeStatistics("min",
+                         [](const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); });
+}
+
+BENCHMARK(BM_MemsetBlock)->Apply(repeated);
+BENCHMARK(BM_PrintScreen)->Apply(repeated);
+BENCHMARK(BM_MemmoveBlock)->Apply(repeated);
+BENCHMARK(BM_ScrollUp)->Apply(repeated);
+
+class RatioReporter : public benchmark::ConsoleReporter {
+  public:
+    std::map<std::string, double> fastest;
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs)
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "min")
+                fastest[run.run_name.function_name] = run.GetAdjustedCPUTime();
+        ConsoleReporter::ReportRuns(runs);
+    }
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    installplatform();
+    makewindow();
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    auto ratio = [&](const char* name, const char* base, double target) {
+        if (reporter.fastest.count(name) && reporter.fastest[base] > 0)
+            std::printf("%s / %s, fastest CPU time of each: %.2f (target at most %.1f)\n", name, base,
+                        reporter.fastest[name] / reporter.fastest[base], target);
+    };
+    ratio("BM_PrintScreen", "BM_MemsetBlock", 3.0);
+    ratio("BM_ScrollUp", "BM_MemmoveBlock", 1.3);
+    benchmark::Shutdown();
+    return 0;
+}
