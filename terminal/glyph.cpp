@@ -296,7 +296,7 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
     const Int fw = font.Width, fh = font.Height;
     // The grid test also keeps the cell inside the text block when the font was changed for one of
     // another size, and refuses cells left of or above the grid.
-    if (x < 1 || y < 1 || w.Width < fw * x || w.Height < fh * y || x > w.TextWidth || y > w.TextHeight) {
+    if (x < 1 || y < 1 || x > w.TextWidth || y > w.TextHeight || w.Width < fw * x || w.Height < fh * y) {
         debuglog("t_PrintSymbol: Window #" + std::to_string(window) +
                  " illegal coordinates (x = " + std::to_string(x) + ", y = " + std::to_string(y) + ").");
         return;

@@ -109,14 +109,14 @@ void t_PrintSpc(uint8_t window, Int count) {
 
 void t_PrintTab(uint8_t window, Int column, uint8_t character) {
     if (!t_TextGuard(window, "t_PrintTab")) return;
-    const Int count = column - t_WindowTable[window].TextHpos;
-    if (count >= 1) repeatchar(window, character, count);
+    const Int hpos = t_WindowTable[window].TextHpos;
+    if (column > hpos) repeatchar(window, character, column - hpos);
 }
 
 void t_Htab(uint8_t window, Int column) {
     if (!t_TextGuard(window, "t_Htab")) return;
     t_Window& w = t_WindowTable[window];
-    if (column < 1) return;
+    if (column < 1 || column > w.TextWidth) return;
     const Int hpos = column + w.TextFirstColumn - 1;
     // Bounded by the grid, not the area: in a narrow area the cursor may stand right of it.
     if (hpos > w.TextWidth) return;

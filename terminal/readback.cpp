@@ -70,6 +70,10 @@ void t_InvertRect(uint8_t window, Int left, Int top, Int right, Int bottom) {
           bottom <= w.TextHeight))
         return;
     const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
+    if (w.TextWidth * w.TextHeight > half) {
+        debuglog("t_InvertRect: Window #" + std::to_string(window) + " text block smaller than its grid.");
+        return;
+    }
     const bool inverse = w.TextInverse;
     w.TextInverse = true;
     for (Int y = top; y <= bottom; ++y)

@@ -22,13 +22,16 @@ uint8_t attributeat(const t_Window& w, Int x, Int y) {
     return t_VideoMemory[static_cast<size_t>(attributeplane(w) + (x - 1) + w.TextWidth * (y - 1))];
 }
 
-// The area's cells must lie in the grid for the planes to be read; t_Area sees to it, this is the net.
+// The area's cells must lie in the grid, and the grid in the planes, for the planes to be read; t_Area
+// and t_InitWindow see to it, this is the net.
 bool areainside(uint8_t window, const t_Window& w, std::string_view routine) {
+    const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
     if (w.TextFirstColumn >= 1 && w.TextLastColumn <= w.TextWidth && w.TextFirstLine >= 1 &&
         w.TextLastLine <= w.TextHeight && w.TextFirstColumn <= w.TextLastColumn &&
-        w.TextFirstLine <= w.TextLastLine)
+        w.TextFirstLine <= w.TextLastLine && w.TextWidth * w.TextHeight <= half)
         return true;
-    debuglog(std::string(routine) + ": Window #" + std::to_string(window) + " text area outside the grid.");
+    debuglog(std::string(routine) + ": Window #" + std::to_string(window) +
+             " text area outside the grid or its text block.");
     return false;
 }
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <cstdint>
 
 namespace {
 
@@ -251,6 +252,15 @@ TEST_F(TerminalOutput, RefusalsAndBadText) {
                                "t_Print: Text is not well-formed UTF-8; its bad bytes were printed as \"?\".",
                            }));
     EXPECT_EQ(record(5).TextColor, 0x30);
+
+    // Extreme numbers are refused or cut short, not wrapped round.
+    const std::vector<uint8_t> text = textplanes(4);
+    t_Htab(4, INT64_MAX);
+    t_PrintTab(4, INT64_MIN, '-');
+    t_TextHline(4, INT64_MIN, INT64_MIN + 1, 1, '-');
+    t_InvertRect(4, 1, 1, INT64_MAX, 1);
+    EXPECT_EQ(textplanes(4), text);
+    EXPECT_EQ(record(4).TextHpos, 4);
 }
 
 } // namespace
