@@ -1,5 +1,8 @@
 #include "shell/qt/appdelegate.h"
 
+#include "shell/events.h"
+#include "shell/keymap.h"
+
 #include <QAction>
 #include <QFontDatabase>
 #include <QKeySequence>
@@ -168,6 +171,98 @@ bool DisplayView::focusNextPrevChild(bool) {
     return false;
 }
 
+static_assert(qtkey::Escape == Qt::Key_Escape && qtkey::Backtab == Qt::Key_Backtab &&
+              qtkey::Clear == Qt::Key_Clear && qtkey::PageDown == Qt::Key_PageDown &&
+              qtkey::ScrollLock == Qt::Key_ScrollLock && qtkey::F1 == Qt::Key_F1 &&
+              qtkey::F35 == Qt::Key_F35 && qtkey::Help == Qt::Key_Help &&
+              qtkey::DirectionR == Qt::Key_Direction_R && qtkey::AltGr == Qt::Key_AltGr &&
+              qtkey::ModeSwitch == Qt::Key_Mode_switch && qtkey::DeadGrave == Qt::Key_Dead_Grave &&
+              qtkey::DeadAcute == Qt::Key_Dead_Acute && qtkey::DeadCircumflex == Qt::Key_Dead_Circumflex &&
+              qtkey::DeadTilde == Qt::Key_Dead_Tilde && qtkey::DeadDiaeresis == Qt::Key_Dead_Diaeresis &&
+              qtkey::DeadLast == Qt::Key_Dead_Longsolidusoverlay);
+static_assert(qtkey::ShiftModifier == Qt::ShiftModifier && qtkey::ControlModifier == Qt::ControlModifier &&
+              qtkey::AltModifier == Qt::AltModifier && qtkey::MetaModifier == Qt::MetaModifier &&
+              qtkey::KeypadModifier == Qt::KeypadModifier &&
+              qtkey::GroupSwitchModifier == Qt::GroupSwitchModifier);
+
+namespace {
+
+// One keyboard for all views: an accent typed in one window waits for the next key in any.
+t_KeyComposition keyComposition;
+
+t_LinuxKey linuxkey(const QKeyEvent* event, bool release) {
+    t_LinuxKey key;
+    key.ScanCode = event->nativeScanCode();
+    key.Key = event->key();
+    key.Text = event->text().toStdString();
+    key.Modifiers = static_cast<uint32_t>(event->modifiers().toInt());
+    key.NativeModifiers = event->nativeModifiers();
+    key.AutoRepeat = event->isAutoRepeat();
+    key.Release = release;
+    return key;
+}
+
+// A click has no native modifiers: Caps Lock is taken as the keys last left it.
+uint64_t mouseflags(Qt::KeyboardModifiers modifiers) {
+    uint64_t flags = t_ModifierState.CapsLock ? t_ModCapsLock : 0;
+    if (modifiers & Qt::ShiftModifier) flags |= t_ModShift;
+    if (modifiers & Qt::ControlModifier) flags |= t_ModControl;
+    if ((modifiers & Qt::AltModifier) && !(modifiers & Qt::GroupSwitchModifier)) flags |= t_ModOption;
+    if (modifiers & Qt::MetaModifier) flags |= t_ModCommand;
+    return flags;
+}
+
+} // namespace
+
+void DisplayView::keyPressEvent(QKeyEvent* event) {
+    event->accept();
+    const t_TranslatedKey key = translatekey(linuxkey(event, false), keyComposition);
+    if (key.Kind == t_KeyKind::Flags)
+        viewFlagsChanged(Index, key.Event.ModifierFlags);
+    else if (key.Kind == t_KeyKind::Key)
+        viewKeyDown(Index, key.Event);
+}
+
+// X11 repeats a held key as release and press pairs; only the real release counts.
+void DisplayView::keyReleaseEvent(QKeyEvent* event) {
+    event->accept();
+    if (event->isAutoRepeat()) return;
+    const t_TranslatedKey key = translatekey(linuxkey(event, true), keyComposition);
+    if (key.Kind == t_KeyKind::Flags)
+        viewFlagsChanged(Index, key.Event.ModifierFlags);
+    else
+        viewKeyUp(Index);
+}
+
+// The place in the window's content, y upward from its bottom edge.
+void DisplayView::mousePressEvent(QMouseEvent* event) {
+    event->accept();
+    if (event->button() != Qt::LeftButton && event->button() != Qt::RightButton) return;
+    const QWidget* content = parentWidget();
+    const QPointF at = event->position();
+    t_PlatformMouse mouse;
+    mouse.Buttons = static_cast<Int>(event->buttons().toInt() & 3);
+    mouse.ModifierFlags = mouseflags(event->modifiers());
+    mouse.X = x() + at.x();
+    mouse.Y = (content ? content->height() : height()) - (y() + at.y());
+    viewMouseDown(Index, mouse, event->button() == Qt::RightButton);
+}
+
+void DisplayView::mouseReleaseEvent(QMouseEvent* event) {
+    event->accept();
+    if (event->button() == Qt::LeftButton || event->button() == Qt::RightButton) viewMouseUp(Index);
+}
+
+// Only a close the user asks for is turned into hiding; Qt's own closing at quit goes through.
+bool AppDelegate::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::Close || !event->spontaneous()) return false;
+    auto* widget = qobject_cast<QWidget*>(watched);
+    if (!widget) return false;
+    event->ignore();
+    t_MouseEventPostCloseBoxClick(t_WindowIndexOf(static_cast<const void*>(widget)));
+    return true;
+}
+
 AppDelegate::AppDelegate() {
     ApplicationMenu = new QMenu("Seelenorakel");
     QAction* quit = ApplicationMenu->addAction("Seelenorakel beenden");
@@ -197,6 +292,8 @@ AppDelegate::AppDelegate() {
     PreferencesWindow->resize(400, 300 + menuheight(PreferencesWindow));
     MainWindow = makewindow("Seelenorakel", ApplicationMenu);
     MainWindow->resize(480, 320 + menuheight(MainWindow));
+    for (int n = 0; n <= 12; ++n)
+        if (QMainWindow* w = window(n)) w->installEventFilter(this);
 }
 
 DisplayView* AppDelegate::view(int index) const {

@@ -2,9 +2,11 @@
 // core reach them by window number.
 #pragma once
 
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMainWindow>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QObject>
 #include <QPlainTextEdit>
 #include <QWidget>
@@ -35,6 +37,12 @@ class DisplayView : public QWidget {
   protected:
     void paintEvent(QPaintEvent* event) override;
     bool focusNextPrevChild(bool next) override;
+    // Keys and clicks: the fields are copied out and handed to the core; every key is taken here, so
+    // none travels on to the window.
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 };
 
 // What the interface description of the application holds: views, side windows, menus. Everything is
@@ -42,6 +50,8 @@ class DisplayView : public QWidget {
 class AppDelegate : public QObject {
   public:
     AppDelegate();
+    // The close box of every window: it hides the window instead of closing it.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     DisplayView* t_View00 = nullptr;
     DisplayView* t_View01 = nullptr;
