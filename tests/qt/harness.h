@@ -1,0 +1,72 @@
+// Whole-program tests: the real program (Qt shell, program thread, refresh) on Qt's offscreen platform,
+// in a child process of its own and in a bundle folder of its own, so that every test starts from a
+// fresh process with its own data file. Keys are real Qt key events sent to window 0's view; the screen
+// comes back as text, the clipboard through Qt.
+#pragma once
+
+#include <QProcess>
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace harness {
+
+using namespace std::chrono_literals;
+
+// A temporary folder holding "Seelenorakel.app/Contents/Resources" with the built fonts and sound; the
+// data file lies beside the .app. Removed with the object.
+struct Bundle {
+    Bundle();
+    ~Bundle();
+    Bundle(const Bundle&) = delete;
+    Bundle& operator=(const Bundle&) = delete;
+    std::string folder; // ends in "/"
+    std::string app;    // folder + "Seelenorakel.app"
+    std::string datafile() const;
+    void writedata(const std::string& text) const;
+    std::string readdata() const;
+};
+
+struct Game {
+    explicit Game(const Bundle& bundle);
+    ~Game();
+    Game(const Game&) = delete;
+    Game& operator=(const Game&) = delete;
+
+    // True once the program has taken every key sent and waits for the next one; false when it does not
+    // come to that within the limit (it ended, or it is busy).
+    bool waitforkey(std::chrono::milliseconds limit = 20s);
+
+    // One key press and release as the X11 desktop gives them: Qt key, text, Qt modifiers, and the X
+    // keycode (0 as for synthetic events, so that the Qt key finds the key).
+    void press(int key, const std::string& text, uint32_t modifiers = 0, uint32_t scanCode = 0,
+               uint32_t nativeModifiers = 0);
+    // Letters, digits and blanks as typed without modifiers (capitals with Shift), waiting after each.
+    bool type(std::string_view keys);
+    void enter();
+    void escape();
+
+    // The text of the window, lines joined by "\n", trailing blanks and empty lines left out.
+    std::string screen(int window = 0);
+    // Polls the screen until it holds the text.
+    bool screenshows(const std::string& text, std::chrono::milliseconds limit = 20s);
+    std::string clipboard();
+    void setclipboard(const std::string& text);
+
+    // The program's log so far, and a wait for a line of it.
+    std::string log();
+    bool logshows(const std::string& text, std::chrono::milliseconds limit = 20s);
+    bool running() const;
+
+  private:
+    QProcess process;
+    std::string output;  // the log
+    std::string partial; // an unfinished line of standard output
+    void readmore(int milliseconds);
+    bool reply(const std::string& tag, std::string& payload, std::chrono::milliseconds limit);
+    void send(const std::string& line);
+};
+
+} // namespace harness
