@@ -234,17 +234,18 @@ void DisplayView::keyReleaseEvent(QKeyEvent* event) {
         viewKeyUp(Index);
 }
 
-// The place in the window's content, y upward from its bottom edge.
+// The place in the window's content, y upward from its bottom edge, taken from the record's border and
+// height (which put the view where it is), so that it holds before the window has been laid out.
 void DisplayView::mousePressEvent(QMouseEvent* event) {
     event->accept();
     if (event->button() != Qt::LeftButton && event->button() != Qt::RightButton) return;
-    const QWidget* content = parentWidget();
+    const t_Window& w = t_WindowTable[Index];
     const QPointF at = event->position();
     t_PlatformMouse mouse;
     mouse.Buttons = static_cast<Int>(event->buttons().toInt() & 3);
     mouse.ModifierFlags = mouseflags(event->modifiers());
-    mouse.X = x() + at.x();
-    mouse.Y = (content ? content->height() : height()) - (y() + at.y());
+    mouse.X = static_cast<double>(w.BorderWidth) + at.x();
+    mouse.Y = static_cast<double>(w.Height + w.BorderHeight) - at.y();
     viewMouseDown(Index, mouse, event->button() == Qt::RightButton);
 }
 
