@@ -127,7 +127,7 @@ bool t_KeyEventValue(const t_PlatformKey& event, t_KeyValue& out) {
                 out.Value = row.value;
                 return true;
             }
-        // Dead keys, which type nothing of their own.
+        // Dead keys, which type nothing of their own, and two single cases.
         Int dead = -1;
         if (c == 0 && key == 10) dead = 94;
         if (c == 0 && key == 24) dead = shift ? 96 : 180;
