@@ -1,5 +1,6 @@
 #include "shell/shell.h"
 #include "tools/aiffwrite.h"
+#include "tests/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -10,13 +11,7 @@
 
 namespace {
 
-struct AiffLog {
-    std::vector<std::string> lines;
-    AiffLog() {
-        debuglogsink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~AiffLog() { debuglogsink(nullptr); }
-};
+using testsupport::LogCapture;
 
 std::vector<int16_t> someSamples(size_t n) {
     std::vector<int16_t> s(n);
@@ -52,7 +47,7 @@ TEST(Aiff, ChunksInAnyOrderWithPaddingAndOtherWidths) {
                                  0x44, 0, 0, 0, 0, 0, 0};
     file[7] = static_cast<uint8_t>(file.size() - 8);
     AiffSound sound;
-    AiffLog log;
+    LogCapture log;
     ASSERT_TRUE(aiffdecode(file, sound));
     EXPECT_TRUE(log.lines.empty());
     EXPECT_EQ(sound.Bits, 24);
@@ -63,7 +58,7 @@ TEST(Aiff, ChunksInAnyOrderWithPaddingAndOtherWidths) {
 TEST(Aiff, EveryTruncationIsRefusedWithOneLine) {
     std::vector<uint8_t> file = aiffencode(2, 44100, someSamples(20));
     for (size_t n = 0; n < file.size(); ++n) {
-        AiffLog log;
+        LogCapture log;
         AiffSound sound;
         std::vector<uint8_t> cut(file.begin(), file.begin() + static_cast<long>(n));
         EXPECT_FALSE(aiffdecode(cut, sound)) << n;
@@ -95,7 +90,7 @@ TEST(Aiff, GarbledHeadersAreRefused) {
         {with(12, {'J', 'U', 'N', 'K'}), "aiffdecode: No COMM chunk."},
     };
     for (const auto& [bytes, line] : cases) {
-        AiffLog log;
+        LogCapture log;
         AiffSound sound;
         EXPECT_FALSE(aiffdecode(bytes, sound)) << line;
         ASSERT_EQ(log.lines.size(), 1u) << line;

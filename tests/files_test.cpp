@@ -1,4 +1,5 @@
 #include "shell/shell.h"
+#include "tests/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -16,13 +17,7 @@
 
 namespace {
 
-struct LogCapture {
-    std::vector<std::string> lines;
-    LogCapture() {
-        debuglogsink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~LogCapture() { debuglogsink(nullptr); }
-};
+using testsupport::LogCapture;
 
 std::string tempfolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "filestest.XXXXXX").string();

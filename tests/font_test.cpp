@@ -1,6 +1,7 @@
 #include "display/display.h"
 #include "shell/shell.h"
 #include "tools/lzw.h"
+#include "tests/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -14,13 +15,9 @@
 
 namespace {
 
-struct FontLog {
-    std::vector<std::string> lines;
-    FontLog() {
-        debuglogsink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~FontLog() { debuglogsink(nullptr); }
-};
+using testsupport::builtbundle;
+
+using testsupport::LogCapture;
 
 constexpr size_t fontLimit = 256ull * 255 * 255;
 
@@ -96,7 +93,7 @@ TEST(FontExpand, SpareBitsAtTheEndAreDropped) {
 }
 
 TEST(FontExpand, BadCodeDropsEverythingSilently) {
-    FontLog log;
+    LogCapture log;
     // 300 is neither known nor the next key (256).
     t_Font font = t_ExpandFont(compressed(lzwpack({'A', 'B', 'C', 300}, 9)));
     EXPECT_TRUE(font.Data.empty());
@@ -108,7 +105,7 @@ TEST(FontExpand, BadCodeDropsEverythingSilently) {
 
 TEST(FontExpand, ImpossibleWidthsAreRefusedWithALogLine) {
     for (uint8_t width : {0, 65, 200, 255}) {
-        FontLog log;
+        LogCapture log;
         std::vector<uint8_t> packed = lzwencode(bytesof("some glyphs"));
         packed[0] = width;
         EXPECT_TRUE(expand(packed).empty()) << int{width};
@@ -133,7 +130,7 @@ std::vector<uint64_t> zerobomb(size_t n) {
 
 TEST(FontExpand, OutputBeyondAnyFontIsCutOff) {
     {
-        FontLog log;
+        LogCapture log;
         std::vector<uint8_t> packed = lzwpack(zerobomb(fontLimit), 14);
         EXPECT_LT(packed.size(), 30000u); // some 20 KB that would grow to 16 MB
         std::vector<uint8_t> data = expand(packed);
@@ -141,7 +138,7 @@ TEST(FontExpand, OutputBeyondAnyFontIsCutOff) {
         EXPECT_TRUE(log.lines.empty());
     }
     {
-        FontLog log;
+        LogCapture log;
         std::vector<uint8_t> data = expand(lzwpack(zerobomb(fontLimit + 1), 14));
         EXPECT_TRUE(data.empty());
         ASSERT_EQ(log.lines.size(), 1u);
@@ -149,7 +146,7 @@ TEST(FontExpand, OutputBeyondAnyFontIsCutOff) {
     }
     {
         // Width 1 and 64 at the extremes of the field: no crash, and the cut-off still holds.
-        FontLog log;
+        LogCapture log;
         std::vector<uint8_t> ones(2'200'000, 0xFF);
         ones[0] = 1;
         EXPECT_TRUE(expand(ones).empty());
@@ -197,7 +194,7 @@ std::vector<uint8_t> concat(std::vector<uint8_t> a, const std::vector<uint8_t>& 
 TEST_F(FontFiles, MissingOrEmptyFileGivesTheDefaultRecord) {
     write("empty.font", {});
     for (const std::string name : {"nowhere.font", "empty.font"}) {
-        FontLog log;
+        LogCapture log;
         t_Font font = t_LoadFontResource(name);
         ASSERT_FALSE(log.lines.empty());
         EXPECT_EQ(log.lines.back(), "t_LoadFontResource: Could not load file „" + name + "“");
@@ -211,7 +208,7 @@ TEST_F(FontFiles, HeaderFieldsAndAWiderHeader) {
     std::vector<uint8_t> glyphs(4 * 2 * 3);
     for (size_t i = 0; i < glyphs.size(); ++i) glyphs[i] = static_cast<uint8_t>(i * 10);
     write("wide.font", concat(header(2, 1, 3, 2, 3, 20), glyphs));
-    FontLog log;
+    LogCapture log;
     t_Font font = t_LoadFontResource("wide.font");
     EXPECT_TRUE(log.lines.empty());
     EXPECT_EQ(font.HeaderSize, 20);
@@ -252,7 +249,7 @@ TEST_F(FontFiles, ShortAndForeignFilesAreRefused) {
     };
     for (const Case& c : cases) write(c.name, c.bytes);
     for (size_t i = 0; i < cases.size(); ++i) {
-        FontLog log;
+        LogCapture log;
         t_Font font = t_LoadFontResource(cases[i].name);
         ASSERT_EQ(log.lines.size(), 1u) << cases[i].name;
         EXPECT_EQ(log.lines[0], cases[i].line);
@@ -266,7 +263,7 @@ TEST_F(FontFiles, FormatZeroLoadsWithoutComplaintAndUnknownFormatsKeepTheirBytes
     write("zero.font", concat(header(0, 0, 1, 2, 2), {1, 2, 3, 4, 5, 6, 7, 8}));
     write("odd.font", concat(header(55, 0, 1, 2, 2), {9, 8, 7}));
     write("hundred.font", concat(header(100, 0, 1, 2, 2), lzwencode({1, 1, 1, 1, 2, 2, 2, 2})));
-    FontLog log;
+    LogCapture log;
     t_Font zero = t_LoadFontResource("zero.font");
     t_Font odd = t_LoadFontResource("odd.font");
     t_Font hundred = t_LoadFontResource("hundred.font");
@@ -294,7 +291,7 @@ TEST_F(FontFiles, StartDoesNotShiftTheGlyphOffsets) {
 
 TEST_F(FontFiles, HostileCompressedFileEndsEmpty) {
     write("bomb.font", concat(header(102, 0, 255, 255, 255), lzwpack(zerobomb(fontLimit + 1000), 16)));
-    FontLog log;
+    LogCapture log;
     t_Font font = t_LoadFontResource("bomb.font");
     EXPECT_TRUE(font.Data.empty());
     EXPECT_EQ(font.Format, 2);
@@ -308,7 +305,7 @@ TEST(FontWindow, GuardAndCopy) {
     font.Height = 32;
     font.Data = {1, 2, 3};
     {
-        FontLog log;
+        LogCapture log;
         t_WindowFont(8, font);
         t_WindowFont(6, font);
         ASSERT_EQ(log.lines.size(), 2u);
@@ -334,15 +331,6 @@ TEST(FontWindow, GuardAndCopy) {
     t_MemoryInitialized = memoryWas;
 }
 
-// The fonts the build makes, in the bundle beside the tests' folder.
-std::string builtbundle() {
-    char buffer[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (n <= 0) return {};
-    std::filesystem::path exe(std::string(buffer, static_cast<size_t>(n)));
-    return (exe.parent_path().parent_path() / "Seelenorakel.app").string();
-}
-
 struct Ink {
     int pixels = 0, left = 99, right = -1, top = 99, bottom = -1;
 };
@@ -366,7 +354,7 @@ TEST(BuiltFonts, BothFacesHaveTheSlotsTheTerminalUses) {
     ASSERT_TRUE(std::filesystem::exists(bundle + "/Contents/Resources/MenloRegular 16x32.font"))
         << "build the seelenorakel_resources target first; looked in " << bundle;
     setbundlepath(bundle);
-    FontLog log;
+    LogCapture log;
     t_Font bold = t_LoadFontResource("MenloBold 16x32.font");
     t_Font regular = t_LoadFontResource("MenloRegular 16x32.font");
     setbundlepath("");

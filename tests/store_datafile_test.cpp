@@ -1,6 +1,7 @@
 #include "store/store.h"
 #include "application/application.h"
 #include "shell/shell.h"
+#include "tests/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -11,20 +12,7 @@
 
 namespace {
 
-struct LogCapture {
-    std::vector<std::string> lines;
-    LogCapture() {
-        debuglogsink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~LogCapture() { debuglogsink(nullptr); }
-    size_t count(std::string_view prefix) const {
-        size_t n = 0;
-        for (const auto& l : lines)
-            if (l.rfind(prefix, 0) == 0) ++n;
-        return n;
-    }
-    bool has(const std::string& line) const { return count(line) > 0; }
-};
+using testsupport::LogCapture;
 
 void freshstore() {
     t_DebugLevel = 0;

@@ -1,5 +1,6 @@
 #include "store/store.h"
 #include "shell/shell.h"
+#include "tests/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -8,13 +9,7 @@
 
 namespace {
 
-struct LogCapture {
-    std::vector<std::string> lines;
-    LogCapture() {
-        debuglogsink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~LogCapture() { debuglogsink(nullptr); }
-};
+using testsupport::LogCapture;
 
 void freshstore() {
     t_DebugLevel = 0;

@@ -1,5 +1,6 @@
 #include "store/store.h"
 #include "shell/shell.h"
+#include "tests/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -10,18 +11,7 @@
 
 namespace {
 
-struct LogCapture {
-    std::vector<std::string> lines;
-    LogCapture() {
-        debuglogsink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~LogCapture() { debuglogsink(nullptr); }
-    bool has(const std::string& line) const {
-        for (const auto& l : lines)
-            if (l == line) return true;
-        return false;
-    }
-};
+using testsupport::LogCapture;
 
 void freshstore() {
     t_DebugLevel = 0;

@@ -2,6 +2,7 @@
 
 #include "application/application.h"
 #include "shell/shell.h"
+#include "tests/testsupport.h"
 
 #include <algorithm>
 #include <climits>
@@ -10,15 +11,9 @@
 
 namespace {
 
-using namespace termtest;
+using testsupport::builtbundle;
 
-std::string builtbundle() {
-    char buffer[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (n <= 0) return {};
-    std::filesystem::path exe(std::string(buffer, static_cast<size_t>(n)));
-    return (exe.parent_path().parent_path() / "Seelenorakel.app").string();
-}
+using namespace termtest;
 
 class TerminalRun : public TerminalTest {};
 

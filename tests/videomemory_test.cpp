@@ -2,6 +2,7 @@
 
 #include "display/display.h"
 #include "library/library.h"
+#include "tests/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -11,17 +12,10 @@
 
 namespace {
 
+using testsupport::builtbundle;
+
 using windowtest::cellfont;
 using Lines = std::vector<std::string>;
-
-// The bundle the build makes beside the tests' folder, with the real fonts.
-std::string builtbundle() {
-    char buffer[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (n <= 0) return {};
-    std::filesystem::path exe(std::string(buffer, static_cast<size_t>(n)));
-    return (exe.parent_path().parent_path() / "Seelenorakel.app").string();
-}
 
 bool allbytes(Int from, Int to, uint8_t value) {
     for (Int a = from; a <= to; ++a)
