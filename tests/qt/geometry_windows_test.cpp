@@ -5,6 +5,7 @@
 #include "shell/platform.h"
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
+#include "tests/qt/qtsupport.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -24,14 +25,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-template <typename Condition> bool pumpuntil(Condition condition, std::chrono::milliseconds limit = 10s) {
-    auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
+using qtsupport::pumpuntil;
 
 // Runs the work on a thread of its own, as the program does, while this (the GUI) thread serves it.
 bool onprogramthread(const std::function<void()>& work) {

@@ -3,6 +3,7 @@
 #include "shell/platform.h"
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
+#include "tests/qt/qtsupport.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -21,14 +22,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // Serves the event loop on this (the GUI) thread until the condition holds.
-template <typename Condition> bool pumpuntil(Condition condition, std::chrono::milliseconds limit = 10s) {
-    auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
+using qtsupport::pumpuntil;
 
 bool onguithread() {
     return QThread::currentThread() == qApp->thread();

@@ -4,6 +4,7 @@
 #include "shell/platform.h"
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
+#include "tests/qt/qtsupport.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -17,14 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-template <typename Condition> bool pumpuntil(Condition condition, std::chrono::milliseconds limit = 10s) {
-    auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
+using qtsupport::pumpuntil;
 
 constexpr QRgb red = 0xFFFF0000, blue = 0xFF0000FF, green = 0xFF00FF00, white = 0xFFFFFFFF;
 constexpr int border = 16, frameWidth = 64, frameHeight = 32;
