@@ -10,6 +10,7 @@
 #include <map>
 #include <string>
 #include <vector>
+#include "bench/ratio.h"
 
 namespace {
 
@@ -58,31 +59,15 @@ void BM_WindowImage(benchmark::State& state) {
 BENCHMARK(BM_Memcpy)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_WindowImage)->Arg(24)->Arg(1)->Arg(4)->Arg(8)->Arg(16)->Arg(32)->Unit(benchmark::kMicrosecond);
 
-class RatioReporter : public benchmark::ConsoleReporter {
-  public:
-    std::map<std::string, double> perIteration;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs)
-            if (run.iterations > 0) perIteration[run.benchmark_name()] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 } // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    const double base = reporter.perIteration["BM_Memcpy"];
-    if (base > 0) {
-        for (int depth : {24, 1, 4, 8, 16, 32}) {
-            std::string name = "BM_WindowImage/" + std::to_string(depth);
-            if (reporter.perIteration.count(name))
-                std::printf("%s / BM_Memcpy: %.2f%s\n", name.c_str(), reporter.perIteration[name] / base,
-                            depth == 24 ? " (target: at most 2)" : "");
-        }
-    }
+    for (int depth : {24, 1, 4, 8, 16, 32})
+        bench::printratio(reporter, "BM_WindowImage/" + std::to_string(depth), "BM_Memcpy",
+                          depth == 24 ? " (target: at most 2)" : "");
     benchmark::Shutdown();
     return 0;
 }

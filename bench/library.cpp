@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include "bench/ratio.h"
 
 namespace {
 
@@ -39,29 +40,14 @@ BENCHMARK(BM_Substr);
 BENCHMARK(BM_MidstringAscii);
 BENCHMARK(BM_MidstringNonAscii);
 
-// Keeps each run's time per iteration so that the ratios can be printed after the table.
-class RatioReporter : public benchmark::ConsoleReporter {
-  public:
-    std::map<std::string, double> perIteration;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs)
-            if (run.iterations > 0) perIteration[run.benchmark_name()] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 } // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    const double base = reporter.perIteration["BM_Substr"];
-    if (base > 0) {
-        for (const char* name : {"BM_MidstringAscii", "BM_MidstringNonAscii"})
-            if (reporter.perIteration.count(name))
-                std::printf("%s / BM_Substr: %.2f\n", name, reporter.perIteration[name] / base);
-    }
+    for (const char* name : {"BM_MidstringAscii", "BM_MidstringNonAscii"})
+        bench::printratio(reporter, name, "BM_Substr");
     benchmark::Shutdown();
     return 0;
 }
