@@ -84,6 +84,8 @@ class AppDelegate : public QObject {
     QLabel* ruler(int number) const;
 };
 
+class QApplication;
+
 // Kept from start-up to process end.
 extern AppDelegate* t_Delegate;
 
@@ -97,3 +99,6 @@ t_PlatformPort qtplatformport();
 void installquitsignals();
 // Under a Wayland session window positions can be neither set nor read; use the X11 platform there.
 void choosexcbonwayland();
+// What the main nib and the application object do before the launch: the delegate with its windows, the
+// port, the quit paths. Ending the program thread or hiding every window does not end the process.
+void prepareapplication(QApplication& application);

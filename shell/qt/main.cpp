@@ -13,12 +13,7 @@ int main(int argc, char** argv) {
     choosexcbonwayland();
 
     QApplication application(argc, argv);
-    // Ending the program thread or hiding every window does not end the process; only Quit does.
-    application.setQuitOnLastWindowClosed(false);
-    t_Delegate = new AppDelegate;
-    setplatformport(qtplatformport());
-    installquitsignals();
-    QObject::connect(&application, &QCoreApplication::aboutToQuit, [] { quitapplication(); });
+    prepareapplication(application);
 
     applicationWillFinishLaunching();
     // From inside the event loop, so that the program thread's first crossings are served at once.

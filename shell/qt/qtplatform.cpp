@@ -296,6 +296,14 @@ void quitapplication() {
     _exit(0);
 }
 
+void prepareapplication(QApplication& application) {
+    application.setQuitOnLastWindowClosed(false);
+    t_Delegate = new AppDelegate;
+    setplatformport(qtplatformport());
+    installquitsignals();
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, [] { quitapplication(); });
+}
+
 void installquitsignals() {
     if (pipe(signalPipe) != 0) {
         debuglog("installquitsignals: No pipe for the quit signals.");

@@ -1,4 +1,5 @@
 #include "harness.h"
+#include "tests/qt/harness/hex.h"
 
 #include <QProcessEnvironment>
 
@@ -10,23 +11,6 @@
 namespace harness {
 
 namespace {
-
-std::string tohex(const std::string& bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string out;
-    for (unsigned char c : bytes) {
-        out += digits[c >> 4];
-        out += digits[c & 15];
-    }
-    return out;
-}
-
-std::string fromhex(const std::string& hex) {
-    std::string out;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2)
-        out += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-    return out;
-}
 
 // The resources the build made, beside the built program.
 std::filesystem::path builtresources() {

@@ -6,6 +6,7 @@
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
 #include "terminal/terminal.h"
+#include "tests/qt/harness/hex.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -19,23 +20,6 @@
 #include <unistd.h>
 
 namespace {
-
-std::string tohex(const std::string& bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string out;
-    for (unsigned char c : bytes) {
-        out += digits[c >> 4];
-        out += digits[c & 15];
-    }
-    return out;
-}
-
-std::string fromhex(const std::string& hex) {
-    std::string out;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2)
-        out += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-    return out;
-}
 
 void answer(const std::string& line) {
     const std::string whole = "\x01" + line + "\n";
@@ -106,11 +90,7 @@ int main(int argc, char** argv) {
     threadregistermain();
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     QApplication application(argc, argv);
-    application.setQuitOnLastWindowClosed(false);
-    t_Delegate = new AppDelegate;
-    setplatformport(qtplatformport());
-    installquitsignals();
-    QObject::connect(&application, &QCoreApplication::aboutToQuit, [] { quitapplication(); });
+    prepareapplication(application);
     if (argc > 1) setbundlepath(argv[1]);
 
     auto* input = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, &application);
