@@ -12,13 +12,8 @@
 
 namespace {
 
+using testsupport::freshstore;
 using testsupport::LogCapture;
-
-void freshstore() {
-    t_DebugLevel = 0;
-    d_DeleteDatabase(true);
-    t_DebugLevel = 1;
-}
 
 std::string tempfolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "storetest.XXXXXX").string();

@@ -9,13 +9,8 @@
 
 namespace {
 
+using testsupport::freshstore;
 using testsupport::LogCapture;
-
-void freshstore() {
-    t_DebugLevel = 0;
-    d_DeleteDatabase(true);
-    t_DebugLevel = 1;
-}
 
 // A table of two String fields with the given names in field 0.
 Int filledtable(const std::string& name, const std::vector<std::string>& values) {

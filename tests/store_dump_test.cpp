@@ -9,13 +9,8 @@
 
 namespace {
 
+using testsupport::freshstore;
 using testsupport::LogCapture;
-
-void freshstore() {
-    t_DebugLevel = 0;
-    d_DeleteDatabase(true);
-    t_DebugLevel = 1;
-}
 
 TEST(StoreDump, StructureListingOfTheParticipantTable) {
     freshstore();

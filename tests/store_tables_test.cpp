@@ -11,13 +11,8 @@
 
 namespace {
 
+using testsupport::freshstore;
 using testsupport::LogCapture;
-
-void freshstore() {
-    t_DebugLevel = 0;
-    d_DeleteDatabase(true);
-    t_DebugLevel = 1;
-}
 
 Int keyof(const std::string& text) {
     return d_TextKey(text) & 0x7FFFFFFFFFFFFFFF;

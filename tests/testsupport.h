@@ -2,6 +2,7 @@
 #pragma once
 
 #include "shell/shell.h"
+#include "store/store.h"
 
 #include <algorithm>
 #include <climits>
@@ -39,6 +40,13 @@ inline std::string builtbundle() {
     if (n <= 0) return {};
     std::filesystem::path exe(std::string(buffer, static_cast<size_t>(n)));
     return (exe.parent_path().parent_path() / "Seelenorakel.app").string();
+}
+
+// An empty store, emptied without its log lines.
+inline void freshstore() {
+    t_DebugLevel = 0;
+    d_DeleteDatabase(true);
+    t_DebugLevel = 1;
 }
 
 } // namespace testsupport
