@@ -6,6 +6,7 @@
 #include "terminal/internal.h"
 #include "terminal/terminal.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -182,26 +183,39 @@ struct CachedGlyph {
     Int Height = 0;
     const uint8_t* Source = nullptr; // the glyph compared in call Checked
     uint64_t Checked = 0;
+    uint64_t Run = 0; // the last run of plotrun that took this entry
 };
 
 constexpr size_t cacheSlots = 1024;
 constexpr Int cacheableGlyph = 64 * 64;
 thread_local uint64_t printCall = 1;
+thread_local uint64_t runCount = 0;
 
-const CachedGlyph& cachedglyph(const Plot& p) {
+std::vector<CachedGlyph>& glyphcache() {
     thread_local std::vector<CachedGlyph> cache(cacheSlots);
+    return cache;
+}
+
+// The entry for the plot's glyph in its colours, blended now if the slot held something else; null when
+// the slot holds a glyph that run, other than 0, still has to copy.
+CachedGlyph* cachedglyph(std::vector<CachedGlyph>& cache, const Plot& p, uint64_t run) {
     const auto size = static_cast<size_t>(p.Width * p.Height);
     const uint64_t key = reinterpret_cast<uintptr_t>(p.Glyph) * 0x9E3779B97F4A7C15ull ^
                          reinterpret_cast<uintptr_t>(p.Colors) * 0xC2B2AE3D27D4EB4Full;
     CachedGlyph& entry = cache[(key >> 40) % cacheSlots];
     if (entry.Colors == p.Colors && entry.Width == p.Width && entry.Height == p.Height) {
-        if (entry.Source == p.Glyph && entry.Checked == printCall) return entry;
+        if (entry.Source == p.Glyph && entry.Checked == printCall) {
+            entry.Run = run;
+            return &entry;
+        }
         if (std::memcmp(entry.Grey.data(), p.Glyph, size) == 0) {
             entry.Source = p.Glyph;
             entry.Checked = printCall;
-            return entry;
+            entry.Run = run;
+            return &entry;
         }
     }
+    if (run != 0 && entry.Run == run) return nullptr;
     entry.Grey.assign(p.Glyph, p.Glyph + size);
     entry.Pixels.resize(size * 3);
     entry.Colors = p.Colors;
@@ -209,8 +223,9 @@ const CachedGlyph& cachedglyph(const Plot& p) {
     entry.Height = p.Height;
     entry.Source = p.Glyph;
     entry.Checked = printCall;
+    entry.Run = run;
     blend24(Plot{p.Glyph, entry.Pixels.data(), p.Width * 3, 0, p.Width, p.Height, p.Colors});
-    return entry;
+    return &entry;
 }
 
 void plot24(const Plot& p) {
@@ -218,7 +233,7 @@ void plot24(const Plot& p) {
         blend24(p);
         return;
     }
-    const CachedGlyph& glyph = cachedglyph(p);
+    const CachedGlyph& glyph = *cachedglyph(glyphcache(), p, 0);
     const uint8_t* from = glyph.Pixels.data();
     uint8_t* to = p.Row + p.Px * 3;
     const Int bytes = p.Width * 3, stride = p.Stride, height = p.Height;
@@ -232,6 +247,24 @@ void plot24(const Plot& p) {
     } else {
         for (Int r = 0; r < height; ++r, from += bytes, to += stride)
             std::memcpy(to, from, static_cast<size_t>(bytes));
+    }
+}
+
+// A run of cached glyphs side by side, pixel row by pixel row: each row of the run is one stretch of
+// memory written from left to right, instead of a row of each glyph in turn a whole stride apart.
+void copyrun(uint8_t* to, Int stride, const uint8_t* const* glyphs, Int count, Int width, Int height) {
+    const Int bytes = width * 3;
+    if (bytes == 48) {
+        for (Int r = 0, from = 0; r < height; ++r, from += 48, to += stride) {
+            uint8_t* d = to;
+            for (Int i = 0; i < count; ++i, d += 48) std::memcpy(d, glyphs[i] + from, 48);
+        }
+        return;
+    }
+    for (Int r = 0, from = 0; r < height; ++r, from += bytes, to += stride) {
+        uint8_t* d = to;
+        for (Int i = 0; i < count; ++i, d += bytes)
+            std::memcpy(d, glyphs[i] + from, static_cast<size_t>(bytes));
     }
 }
 
@@ -375,4 +408,60 @@ void newprintcall() {
 
 void plotsymbol(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
     if (towindow(t_WindowTable[window], symbol)) plotguarded(window, symbol, color, x, y);
+}
+
+Int plotrun(uint8_t window, const uint8_t* symbols, Int count) {
+    t_Window& w = t_WindowTable[window];
+    const t_Font& font = w.Font;
+    const Int fw = font.Width, fh = font.Height;
+    if (w.TextRedirectOutput != 1 || w.BitDepth != 24 || font.Data.empty() || font.Format != 2 || fw < 1 ||
+        fw > 255 || fh < 1 || fh > 255 || fw * fh > cacheableGlyph)
+        return 0;
+    // The cells that plotguarded would take without a word, in the same order of tests, so that no product
+    // is formed from a column or line outside the grid.
+    const Int x = w.TextHpos, y = w.TextVpos;
+    if (x < 1 || y < 1 || x > w.TextWidth || y > w.TextHeight || w.Width < fw * x || w.Height < fh * y)
+        return 0;
+    const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
+    const Int memory = static_cast<Int>(t_VideoMemory.size());
+    const Int stride = w.Width * 3;
+    const Int line = w.TextWidth * (y - 1);
+    if (x - 1 + line >= half || w.TextMemoryEnd >= memory || w.MemoryStart < 0 ||
+        w.MemoryStart + w.Height * stride - 1 > w.MemoryEnd || w.MemoryEnd >= memory)
+        return 0;
+    // The area's last column is left to printcode, since stepping from it breaks the line.
+    const Int last = std::min({w.TextLastColumn - 1, w.TextWidth, w.Width / fw, half - line});
+    Int n = std::min({count, last - x + 1, maxRun});
+    if (n < 1) return 0;
+
+    uint8_t fg = w.TextColor >> 4, bg = w.TextColor & 0x0F;
+    if (w.TextInverse) std::swap(fg, bg);
+    const PairTable* colors = &pairtables()[fg * 16 + bg];
+    const Int glyphSize = fw * fh;
+    const Int glyphs = static_cast<Int>(font.Data.size()) / glyphSize;
+    std::vector<CachedGlyph>& cache = glyphcache();
+    const uint64_t run = ++runCount;
+    const uint8_t* pixels[maxRun];
+    for (Int i = 0; i < n; ++i) {
+        const uint8_t symbol = symbols[i];
+        CachedGlyph* glyph = nullptr;
+        if (symbol >= font.Start && symbol <= font.End && symbol < glyphs)
+            glyph = cachedglyph(
+                cache, Plot{font.Data.data() + glyphSize * symbol, nullptr, 0, 0, fw, fh, colors}, run);
+        // A symbol the plotter would refuse or log, or one whose slot this run still needs, ends the run.
+        if (!glyph) {
+            n = i;
+            break;
+        }
+        pixels[i] = glyph->Pixels.data();
+    }
+    if (n < 1) return 0;
+
+    copyrun(t_VideoMemory.data() + w.MemoryStart + fh * (y - 1) * stride + fw * (x - 1) * 3, stride, pixels,
+            n, fw, fh);
+    uint8_t* text = t_VideoMemory.data() + w.TextMemoryStart + (x - 1) + line;
+    std::memcpy(text, symbols, static_cast<size_t>(n));
+    std::memset(text + half, fg * 16 + bg, static_cast<size_t>(n));
+    w.TextHpos = x + n;
+    return n;
 }

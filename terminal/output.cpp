@@ -39,6 +39,32 @@ void printcode(uint8_t window, uint64_t code) {
     w.TextColor = shown.Color;
 }
 
+// Codes that mode 0 prints as they are wait in a run and go to the plotter together, cell by cell where
+// the run plotter does not take them.
+struct PlainRun {
+    uint8_t Symbols[maxRun];
+    Int Count = 0;
+};
+
+void flushrun(uint8_t window, PlainRun& run) {
+    for (Int at = 0; at < run.Count;) {
+        at += plotrun(window, run.Symbols + at, run.Count - at);
+        if (at < run.Count) printcode(window, run.Symbols[at++]);
+    }
+    run.Count = 0;
+}
+
+// Takes a code into the run if it is plain; a code that is not, the run before it is plotted first.
+void printinrun(uint8_t window, PlainRun& run, uint64_t code) {
+    if (code >= 32 && code <= 255 && t_WindowTable[window].TextDisplayMode == 0) {
+        run.Symbols[run.Count++] = static_cast<uint8_t>(code);
+        if (run.Count == maxRun) flushrun(window, run);
+        return;
+    }
+    flushrun(window, run);
+    printcode(window, code);
+}
+
 bool printable(uint8_t window) {
     if (!t_TextGuard(window, "t_Print")) return false;
     newprintcall();
@@ -67,7 +93,9 @@ void repeatchar(uint8_t window, uint8_t character, Int count) {
 
 void t_Print(uint8_t window, const Text& text) {
     if (!printable(window)) return;
-    for (uint8_t code : text.Elements) printcode(window, code);
+    PlainRun run;
+    for (uint8_t code : text.Elements) printinrun(window, run, code);
+    flushrun(window, run);
     t_CheckPause(pauseKey, true);
 }
 
@@ -76,6 +104,7 @@ void t_Print(uint8_t window, std::string_view text) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
     const auto length = static_cast<int32_t>(std::min<size_t>(text.size(), INT32_MAX));
     bool illFormed = false;
+    PlainRun run;
     for (int32_t i = 0; i < length;) {
         UChar32 scalar;
         U8_NEXT(bytes, i, length, scalar);
@@ -83,8 +112,9 @@ void t_Print(uint8_t window, std::string_view text) {
             illFormed = true;
             scalar = 0xFFFD;
         }
-        printcode(window, static_cast<uint64_t>(scalar));
+        printinrun(window, run, static_cast<uint64_t>(scalar));
     }
+    flushrun(window, run);
     if (illFormed) debuglog("t_Print: Text is not well-formed UTF-8; its bad bytes were printed as \"?\".");
     t_CheckPause(pauseKey, true);
 }
