@@ -442,18 +442,23 @@ Int plotrun(uint8_t window, const uint8_t* symbols, Int count) {
     std::vector<CachedGlyph>& cache = glyphcache();
     const uint64_t run = ++runCount;
     const uint8_t* pixels[maxRun];
+    // Text repeats its letters: each symbol is looked up once a run, and no entry the run took can go.
+    const uint8_t* seen[256] = {};
     for (Int i = 0; i < n; ++i) {
         const uint8_t symbol = symbols[i];
-        CachedGlyph* glyph = nullptr;
-        if (symbol >= font.Start && symbol <= font.End && symbol < glyphs)
-            glyph = cachedglyph(
-                cache, Plot{font.Data.data() + glyphSize * symbol, nullptr, 0, 0, fw, fh, colors}, run);
-        // A symbol the plotter would refuse or log, or one whose slot this run still needs, ends the run.
-        if (!glyph) {
-            n = i;
-            break;
+        if (!seen[symbol]) {
+            CachedGlyph* glyph = nullptr;
+            if (symbol >= font.Start && symbol <= font.End && symbol < glyphs)
+                glyph = cachedglyph(
+                    cache, Plot{font.Data.data() + glyphSize * symbol, nullptr, 0, 0, fw, fh, colors}, run);
+            // A symbol the plotter would refuse or log, or one whose slot this run still needs, ends the run.
+            if (!glyph) {
+                n = i;
+                break;
+            }
+            seen[symbol] = glyph->Pixels.data();
         }
-        pixels[i] = glyph->Pixels.data();
+        pixels[i] = seen[symbol];
     }
     if (n < 1) return 0;
 
