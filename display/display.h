@@ -125,7 +125,8 @@ t_Handle t_PlatformWindowGuard(uint8_t window, std::string_view routine);
 // ---- Video memory, refresh, geometry ----
 void t_InitMemory();
 // Text form: a size in characters. Full form: everything.
-void t_InitWindow(uint8_t window, Int bitDepth, Int columns, Int rows, Int border, const std::string& fontName);
+void t_InitWindow(uint8_t window, Int bitDepth, Int columns, Int rows, Int border,
+                  const std::string& fontName);
 void t_InitWindow(uint8_t window, Int bitDepth, bool autoUpdate, Int width, Int height, Int borderWidth,
                   Int borderHeight, const t_Font& font, bool titleVisible);
 void t_ClearWindowMemory(uint8_t window);

@@ -26,7 +26,8 @@ std::string bundlepath() {
     std::string folder = exe.substr(0, exe.rfind('/'));
     // Inside Name.app/Contents/MacOS the bundle is three levels up; elsewhere the executable's folder.
     const std::string inner = "/Contents/MacOS";
-    if (folder.size() > inner.size() && folder.compare(folder.size() - inner.size(), inner.size(), inner) == 0)
+    if (folder.size() > inner.size() &&
+        folder.compare(folder.size() - inner.size(), inner.size(), inner) == 0)
         return folder.substr(0, folder.size() - inner.size());
     return folder;
 }

@@ -14,7 +14,8 @@ struct ClockBase {
 // The wall clock is read once; after that the steady clock moves it on, so the time never steps back.
 const ClockBase& clockbase() {
     static const ClockBase base{
-        std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count() - epoch2001,
+        std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count() -
+            epoch2001,
         std::chrono::steady_clock::now()};
     return base;
 }
@@ -26,4 +27,6 @@ double absolutetime() {
            std::chrono::duration<double>(std::chrono::steady_clock::now() - base.steadyStart).count();
 }
 
-int64_t absolutetimems() { return static_cast<int64_t>(absolutetime() * 1000.0); }
+int64_t absolutetimems() {
+    return static_cast<int64_t>(absolutetime() * 1000.0);
+}

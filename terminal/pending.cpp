@@ -4,4 +4,3 @@
 
 #include <cerrno>
 #include <ctime>
-
