@@ -4,6 +4,8 @@
 // that prints nothing. So these tests can show which keys are read and where they lead, and the empty
 // answer on the clipboard, but not what input or evaluation then do on the screen.
 #include "harness.h"
+#include "store/store.h"
+#include "tests/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -113,6 +115,39 @@ TEST(StartMenu, ReturnLeadsToTheCallWhereOnlyReturnAndEscAreRead) {
     ASSERT_TRUE(game.waitforkey());
     EXPECT_EQ(game.clipboard(), "");
     EXPECT_EQ(game.screen(), calling);
+}
+
+// A data file as the game writes it, made with the store itself: three participants.
+std::string threeparticipants() {
+    testsupport::freshstore();
+    const Int table = d_CreateTable("Seelenorakel");
+    const Int name = d_CreateField(table, "Name", 3), attribute = d_CreateField(table, "Attribute", 3);
+    for (const char* person : {"Anna Berger", "Jörg Öztürk", "Carla Dietz"}) {
+        const Int record = d_CreateRecord(table);
+        d_SetData(table, record, name, person);
+        d_SetData(table, record, attribute, std::string(61, '3'));
+    }
+    return d_DumpDatabase(true, true, false);
+}
+
+TEST(StartMenu, StoredParticipantsAreListedInTwoColumnsAndSShowsTheStructure) {
+    harness::Bundle bundle;
+    bundle.writedata(threeparticipants());
+    harness::Game game(bundle);
+    ASSERT_TRUE(game.waitforkey()) << game.log();
+
+    ASSERT_TRUE(game.type("l"));
+    const std::string listed = "Anna Berger                            Jörg Öztürk\nCarla Dietz\n\n" + menu;
+    ASSERT_TRUE(game.screenshows(listed)) << game.screen();
+
+    ASSERT_TRUE(game.type("S"));
+    const std::string structure = "Table 0 ::::::::: Seelenorakel\n"
+                                  "Field 0         : String  : Name\n"
+                                  "Field 1         : String  : Attribute\n\n" +
+                                  menu;
+    EXPECT_TRUE(game.screenshows(listed + "\n\n" + structure)) << game.screen();
+    // Looking does not write the data file.
+    EXPECT_EQ(bundle.readdata(), threeparticipants());
 }
 
 } // namespace
