@@ -2,6 +2,7 @@
 // store that has the participant table and a table of every type, even rebuilds the store from the file.
 #include "shell/shell.h"
 #include "store/store.h"
+#include "fuzz/appendstructure.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -32,15 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const bool append = (data[0] & 1) != 0;
     const std::span<const uint8_t> bytes(data + 1, size - 1);
-    if (append) {
-        d_DeleteDatabase(true);
-        const Int people = d_CreateTable("Seelenorakel");
-        d_CreateField(people, "Name", d_TypeString);
-        d_CreateField(people, "Attribute", d_TypeString);
-        const Int typed = d_CreateTable("Typen");
-        for (Int type = 0; type <= 8; ++type) d_CreateField(typed, "F" + std::to_string(type), type);
-        d_CreateTable("Ohne Felder");
-    }
+    if (append) appendstructure();
     d_CreateDatabaseFromBinary(bytes, append);
     checkstore();
     // What was read must dump and search without trouble.

@@ -1,6 +1,7 @@
 // Replays the fuzz seed corpus through the reader, so the seeds are checked without clang.
 #include "store/store.h"
 #include "shell/shell.h"
+#include "fuzz/appendstructure.h"
 
 #include <gtest/gtest.h>
 
@@ -14,17 +15,6 @@ namespace {
 
 const std::filesystem::path corpus =
     std::filesystem::path(__FILE__).parent_path().parent_path() / "fuzz" / "corpus";
-
-// The fuzz target's set-up for appending: the participant table, a table of every type, one without fields.
-void appendstructure() {
-    d_DeleteDatabase(true);
-    const Int people = d_CreateTable("Seelenorakel");
-    d_CreateField(people, "Name", d_TypeString);
-    d_CreateField(people, "Attribute", d_TypeString);
-    const Int typed = d_CreateTable("Typen");
-    for (Int type = 0; type <= 8; ++type) d_CreateField(typed, "F" + std::to_string(type), type);
-    d_CreateTable("Ohne Felder");
-}
 
 void expectconsistent(const std::string& name) {
     EXPECT_EQ(d_TableCount, static_cast<Int>(d_Tables.size())) << name;
