@@ -4,6 +4,7 @@
 
 #include "shell/platform.h"
 #include "shell/shell.h"
+#include "tests/testsupport.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -157,21 +158,7 @@ inline std::shared_ptr<Screen> install(std::shared_ptr<Screen> screen = std::mak
 }
 
 // The log of all threads, for the life of the object.
-struct LogCapture {
-    std::shared_ptr<std::mutex> mutex = std::make_shared<std::mutex>();
-    std::shared_ptr<std::vector<std::string>> captured = std::make_shared<std::vector<std::string>>();
-    LogCapture() {
-        debuglogsink([m = mutex, c = captured](std::string_view line) {
-            std::lock_guard<std::mutex> lock(*m);
-            c->emplace_back(line);
-        });
-    }
-    ~LogCapture() { debuglogsink(nullptr); }
-    std::vector<std::string> lines() const {
-        std::lock_guard<std::mutex> lock(*mutex);
-        return *captured;
-    }
-};
+using LogCapture = testsupport::ThreadLogCapture;
 
 // Polls until the condition holds or the limit passes.
 template <typename Condition>

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <climits>
 #include <filesystem>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -30,6 +32,24 @@ struct LogCapture {
     }
     bool has(const std::string& line) const {
         return std::find(lines.begin(), lines.end(), line) != lines.end();
+    }
+};
+
+// The same for tests whose threads log while the test reads; the lines outlive the capture for late
+// loggers.
+struct ThreadLogCapture {
+    std::shared_ptr<std::mutex> mutex = std::make_shared<std::mutex>();
+    std::shared_ptr<std::vector<std::string>> captured = std::make_shared<std::vector<std::string>>();
+    ThreadLogCapture() {
+        debuglogsink([m = mutex, c = captured](std::string_view line) {
+            std::lock_guard<std::mutex> lock(*m);
+            c->emplace_back(line);
+        });
+    }
+    ~ThreadLogCapture() { debuglogsink(nullptr); }
+    std::vector<std::string> lines() const {
+        std::lock_guard<std::mutex> lock(*mutex);
+        return *captured;
     }
 };
 

@@ -4,6 +4,7 @@
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
 #include "tests/qt/qtsupport.h"
+#include "tests/testsupport.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -28,21 +29,7 @@ bool onguithread() {
     return QThread::currentThread() == qApp->thread();
 }
 
-struct LogCapture {
-    std::shared_ptr<std::mutex> mutex = std::make_shared<std::mutex>();
-    std::shared_ptr<std::vector<std::string>> captured = std::make_shared<std::vector<std::string>>();
-    LogCapture() {
-        debuglogsink([m = mutex, c = captured](std::string_view line) {
-            std::lock_guard<std::mutex> lock(*m);
-            c->emplace_back(line);
-        });
-    }
-    ~LogCapture() { debuglogsink(nullptr); }
-    std::vector<std::string> lines() const {
-        std::lock_guard<std::mutex> lock(*mutex);
-        return *captured;
-    }
-};
+using LogCapture = testsupport::ThreadLogCapture;
 
 TEST(SpineShell, ThirteenWindowsExistHiddenAndAnswerTheLookups) {
     std::set<t_Handle> windows;
