@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "library/library.h"
+
 // Working state of the run; lives for the whole process and is touched by the program thread only.
 extern std::string DataFileName;
 extern std::string DataFilePath; // worked out on first use, see datafilepath()
@@ -33,4 +35,8 @@ void SeelenorakelList();
 int64_t SeelenorakelLoad();
 void t_AddStatementData(const std::string& text);
 void SeelenorakelInput();
+// Days of the month in that year; 0 for a month that doesn't exist or a year below 1.
+Int t_DaysInMonth(Int month, Int year);
 void SeelenorakelEvaluation();
+// The evaluation's report of the stored participants, as SeelenorakelEvaluation prints it.
+std::string SeelenorakelReport();

@@ -3,10 +3,14 @@
 
 // The platform's pasteboard belongs to the main thread; the program thread reaches it through here.
 void setpasteboardstring(const std::string& text) {
+    // Our texts end their lines with carriage returns; other programs on this desktop expect line feeds.
+    std::string desktop = text;
+    for (char& c : desktop)
+        if (c == '\r') c = '\n';
     t_RunOnMainThread([&] {
         const t_PlatformPort& port = platformport();
         port.PasteboardClear();
-        port.PasteboardSetText(text);
+        port.PasteboardSetText(desktop);
     });
 }
 

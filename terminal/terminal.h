@@ -35,6 +35,10 @@ std::string t_InputForm(uint8_t window, std::string_view prompt, std::string_vie
                         Int mode, Int maximum);
 void t_InputEdit(uint8_t window, Int code);
 void t_InputInsert(uint8_t window, Int code);
+// Pasted text on its way to the key queue: scalars above 255 as ESC, four hex digits and GS; line feeds as
+// carriage returns. t_TextCopyDecode turns such groups back into scalars.
+std::string t_TextPasteEncode(std::string_view text);
+std::string t_TextCopyDecode(std::string_view text);
 
 // Text area, cursor and motion.
 void t_CursorHome(uint8_t window);
