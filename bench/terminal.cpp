@@ -7,6 +7,7 @@
 #include "shell/platform.h"
 #include "shell/shell.h"
 #include "terminal/terminal.h"
+#include "window.h"
 
 #include <benchmark/benchmark.h>
 
@@ -22,46 +23,9 @@
 
 namespace {
 
-constexpr uint8_t window = 0;
-
-std::string builtbundle() {
-    char buffer[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (n <= 0) return {};
-    std::filesystem::path exe(std::string(buffer, static_cast<size_t>(n)));
-    return (exe.parent_path().parent_path() / "Seelenorakel.app").string();
-}
-
-// A platform whose every thread is the main thread and whose windows are tokens.
-void installplatform() {
-    static char tokens[16];
-    t_PlatformPort port;
-    port.IsMainThread = [] { return true; };
-    port.Window = [](uint8_t n) -> t_Handle { return n <= 12 ? &tokens[n] : nullptr; };
-    port.View = [](uint8_t n) -> t_Handle { return n <= 7 ? &tokens[n] : nullptr; };
-    setplatformport(port);
-}
-
-// The run's window in the run's font; a window of the same size with a made-up font if the bundle has
-// not been built.
-void makewindow() {
-    t_DebugLevel = 0;
-    t_AutoUpdateRunning = true; // no refresh process in a measurement
-    setbundlepath(builtbundle());
-    t_InitWindow(window, 24, 80, 25, 16, "MenloRegular 16x32.font");
-    if (!t_WindowTable[window].Initialized) {
-        std::fprintf(stderr, "bench_terminal: no built font, printing with a made-up one\n");
-        t_Font font;
-        font.Format = 2;
-        font.End = 255;
-        font.Width = 16;
-        font.Height = 32;
-        font.Data.resize(256 * 512);
-        for (size_t i = 0; i < font.Data.size(); ++i) font.Data[i] = static_cast<uint8_t>((i * 37) >> 2);
-        t_InitWindow(window, 24, true, 1280, 800, 16, 16, font, true);
-    }
-    t_Color(window, 13);
-}
+constexpr uint8_t window = benchwindow::window;
+using benchwindow::installplatform;
+using benchwindow::makewindow;
 
 // 25 lines of 80 characters of the game's own kind of text.
 std::vector<std::string> screenlines() {

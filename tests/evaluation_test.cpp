@@ -1,0 +1,139 @@
+// The evaluation's report from stored participants: exclusions, marks, points and the layout of a line.
+// Expected points were worked out by hand from the rules, one rounded double operation at a time.
+#include "application/application.h"
+#include "store/store.h"
+#include "testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute
+
+std::string report(const People& people) {
+    testsupport::freshstore();
+    ParticipantTable = d_CreateTable("Seelenorakel");
+    FieldName = d_CreateField(ParticipantTable, "Name", d_TypeString);
+    FieldAttribute = d_CreateField(ParticipantTable, "Attribute", d_TypeString);
+    for (const auto& [name, attribute] : people) {
+        const Int record = d_CreateRecord(ParticipantTable);
+        d_SetData(ParticipantTable, record, FieldName, name);
+        d_SetData(ParticipantTable, record, FieldAttribute, attribute);
+    }
+    Participants = d_RecordsInTable(ParticipantTable);
+    return SeelenorakelReport();
+}
+
+const std::string title = "Seelenorakel Auswertung\r=======================\r\r";
+const std::string footer = "Je kleiner die Punktzahl, umso besser die Übereinstimmung.\r"
+                           "*: Es wird das andere Geschlecht bevorzugt.\r";
+
+std::string section(const std::string& name, const std::vector<std::string>& lines = {}) {
+    std::string text = "Auswertung für " + name + "\r" + std::string(55, '-') + "\r";
+    for (const std::string& line : lines) text += line + "\r";
+    return text + "\r";
+}
+
+// Born, sex, religion, nationality, size, weight, status, income, colour, 38 statements, 3 demands.
+std::string answers(const std::string& born, char sex, const std::string& middle,
+                    const std::string& statements, const std::string& demands) {
+    return born + sex + middle + statements + demands;
+}
+
+const std::string threes(38, '3');
+// A man and a woman born the same day, 170 cm and 60 kg each.
+std::string man(const std::string& demands = "100", char status = '2') {
+    return answers("19800101", '0', std::string("11170060") + status + "11", threes, demands);
+}
+std::string woman(const std::string& demands = "100") {
+    return answers("19800101", '1',
+                   "1117006021"
+                   "1",
+                   threes, demands);
+}
+
+TEST(Evaluation, TheWorkedExample) {
+    const std::string anna =
+        answers("19750412", '1', "21168062231", std::string("12345123451234512345123451234512345123"), "110");
+    const std::string karl = answers("19701103", '0', "31182081144", threes, "001");
+    ASSERT_EQ(anna.size(), 61u);
+    EXPECT_EQ(report({{"Anna Beispiel", anna}, {"Karl Muster", karl}}),
+              title + section("Anna Beispiel") +
+                  section("Karl Muster", {"Anna Beispiel" + std::string(27, ' ') + " 128 Punkte."}) + footer);
+    // The buffers hold the last person in hand, behind the 38 blanks of the evaluation line.
+    EXPECT_EQ(NameBuffer, "Karl Muster");
+    EXPECT_EQ(AttributeBuffer, std::string(38, ' ') + karl);
+}
+
+TEST(Evaluation, ExclusionsMarksAndPoints) {
+    const std::string pad = std::string(40 - 12, ' '); // for names of 12 characters
+    struct Row {
+        const char* name;
+        People people;
+        std::string sections;
+    };
+    const Row rows[] = {
+        {"two who exclude each other",
+         {{"Max Aaaaaaaa", man("001")}, {"Max Bbbbbbbb", man("001")}},
+         section("Max Aaaaaaaa") + section("Max Bbbbbbbb")},
+        {"twins have 0 points",
+         {{"Zwilling Ein", man()}, {"Zwilling Two", man()}},
+         section("Zwilling Ein", {"Zwilling Two" + pad + "   0 Punkte."}) +
+             section("Zwilling Two", {"Zwilling Ein" + pad + "   0 Punkte."})},
+        // Her weight value is 60 * 1.15, exactly 69 once rounded: 9, where a fused multiply-subtract gives 8.
+        {"a woman and a man of 60 kg",
+         {{"Frau Sechzig", woman()}, {"Mann Sechzig", man()}},
+         section("Frau Sechzig", {"Mann Sechzig" + pad + "  36 Punkte."}) +
+             section("Mann Sechzig", {"Frau Sechzig" + pad + "  36 Punkte."})},
+        {"a married candidate is left out only by a 0 to the first demand",
+         {{"Ohne Ehering", man("000")}, {"Egal Ehering", man("100")}, {"Verheiratet1", man("100", '5')}},
+         section("Ohne Ehering", {"Egal Ehering" + pad + "   0 Punkte."}) +
+             section("Egal Ehering",
+                     {"Ohne Ehering" + pad + "   0 Punkte.", "Verheiratet1" + pad + "   9 Punkte."}) +
+             section("Verheiratet1",
+                     {"Ohne Ehering" + pad + "   9 Punkte.", "Egal Ehering" + pad + "   9 Punkte."})},
+        {"the mark comes from the candidate's demand for the other sex",
+         {{"Frau Anderes", woman("101")}, {"Frau Gleiche", woman("100")}},
+         section("Frau Anderes") + section("Frau Gleiche", {"Frau Anderes" + pad + "   0 Punkte. *"})},
+        {"points of a thousand and more are grouped",
+         {{"Alt Altmann1", answers("19000101", '0', "11120030111", std::string(38, '1'), "100")},
+          {"Jung Jungfra", answers("21001231", '1', "55260250555", std::string(38, '5'), "100")}},
+         section("Alt Altmann1", {"Jung Jungfra" + pad + "1.784 Punkte."}) +
+             section("Jung Jungfra", {"Alt Altmann1" + pad + "1.784 Punkte."})},
+        // Hand-edited Attribute strings: empty, short, letters, too long. Empty pieces read as 0.
+        {"hand-edited lines read as far as they go",
+         {{"Leer Leerman", ""},
+          {"Kurz Kurzman", "19"},
+          {"Buchstaben12", "abcdefghij"},
+          {"Lang Langman", man() + "99999"}},
+         section("Leer Leerman",
+                 {"Kurz Kurzman" + pad + "  34 Punkte.", "Buchstaben12" + pad + "   0 Punkte.",
+                  "Lang Langman" + pad + "9.616 Punkte."}) +
+             section("Kurz Kurzman",
+                     {"Leer Leerman" + pad + "  34 Punkte.", "Buchstaben12" + pad + "  34 Punkte.",
+                      "Lang Langman" + pad + "9.512 Punkte."}) +
+             section("Buchstaben12",
+                     {"Leer Leerman" + pad + "   0 Punkte.", "Kurz Kurzman" + pad + "  34 Punkte.",
+                      "Lang Langman" + pad + "9.616 Punkte."}) +
+             section("Lang Langman",
+                     {"Leer Leerman" + pad + "9.616 Punkte.", "Kurz Kurzman" + pad + "9.512 Punkte.",
+                      "Buchstaben12" + pad + "9.616 Punkte."})},
+        // Names are measured in characters: a combining umlaut pads like the precomposed one.
+        {"names in characters, and none padded from 40 on",
+         {{"Jörg Öztürk", man()}, {"Jo\u0308rg O\u0308ztu\u0308rk", man()}, {std::string(41, 'x'), man()}},
+         section("Jörg Öztürk", {"Jo\u0308rg O\u0308ztu\u0308rk" + std::string(29, ' ') + "   0 Punkte.",
+                                 std::string(41, 'x') + "   0 Punkte."}) +
+             section("Jo\u0308rg O\u0308ztu\u0308rk", {"Jörg Öztürk" + std::string(29, ' ') + "   0 Punkte.",
+                                                       std::string(41, 'x') + "   0 Punkte."}) +
+             section(std::string(41, 'x'),
+                     {"Jörg Öztürk" + std::string(29, ' ') + "   0 Punkte.",
+                      "Jo\u0308rg O\u0308ztu\u0308rk" + std::string(29, ' ') + "   0 Punkte."})},
+    };
+    for (const Row& row : rows) EXPECT_EQ(report(row.people), title + row.sections + footer) << row.name;
+}
+
+} // namespace
