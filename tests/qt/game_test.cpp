@@ -1,0 +1,249 @@
+// Whole evenings played through the real program: participants typed on a German keyboard as the X server
+// delivers its keys, the data file after each of them, and the evaluation at the end.
+#include "harness.h"
+#include "store/store.h"
+#include "tests/testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute
+
+constexpr uint32_t qtShift = 0x02000000, xShift = 1;
+
+// One key of a German PC keyboard: X keycode, Qt key, and whether Shift is held.
+struct NativeKey {
+    uint32_t scan = 0;
+    int key = 0;
+    bool shift = false;
+};
+
+NativeKey german(const std::string& c) {
+    static const std::string rows[][2] = {
+        {"qwertzuiop", "24"}, {"asdfghjkl", "38"}, {"yxcvbnm", "52"}, {"1234567890", "10"}};
+    static const struct {
+        const char *lower, *upper;
+        uint32_t scan;
+        int key;
+    } umlauts[] = {{"ä", "Ä", 48, 0xC4}, {"ö", "Ö", 47, 0xD6}, {"ü", "Ü", 34, 0xDC}, {"ß", "ẞ", 20, 0xDF}};
+    for (const auto& u : umlauts)
+        if (c == u.lower || c == u.upper) return {u.scan, u.key, c == u.upper};
+    if (c == " ") return {65, ' ', false};
+    const char lower = static_cast<char>(c[0] >= 'A' && c[0] <= 'Z' ? c[0] + 32 : c[0]);
+    for (const auto& row : rows)
+        if (const size_t at = row[0].find(lower); at != std::string::npos) {
+            const int key = lower >= 'a' ? lower - 32 : lower;
+            return {static_cast<uint32_t>(std::stoi(row[1]) + static_cast<int>(at)), key, lower != c[0]};
+        }
+    ADD_FAILURE() << "no German key for " << c;
+    return {};
+}
+
+// Characters typed ahead on the German board, "\r" as Return; the wait comes once at the end.
+void keys(harness::Game& game, const std::string& text) {
+    for (size_t i = 0; i < text.size();) {
+        const size_t length = static_cast<unsigned char>(text[i]) < 0x80 ? 1
+                              : (text[i] & 0xF0) == 0xE0                 ? 3
+                                                                         : 2;
+        const std::string c = text.substr(i, length);
+        i += length;
+        if (c == "\r") {
+            game.press(0x01000004, "\r", 0, 36);
+            continue;
+        }
+        const NativeKey k = german(c);
+        game.press(k.key, c, k.shift ? qtShift : 0, k.scan, k.shift ? xShift : 0);
+    }
+    ASSERT_TRUE(game.waitforkey()) << game.screen();
+}
+
+void backspace(harness::Game& game) {
+    game.press(0x01000003, "\b", 0, 22);
+}
+void left(harness::Game& game) {
+    game.press(0x01000012, "", 0, 113);
+}
+
+// The data file the store of these people dumps.
+std::string dumpof(const People& people) {
+    testsupport::freshstore();
+    const Int table = d_CreateTable("Seelenorakel");
+    const Int name = d_CreateField(table, "Name", 3), attribute = d_CreateField(table, "Attribute", 3);
+    for (const auto& [n, a] : people) {
+        const Int record = d_CreateRecord(table);
+        d_SetData(table, record, name, n);
+        d_SetData(table, record, attribute, a);
+    }
+    return d_DumpDatabase(true, true, false);
+}
+
+bool shows(harness::Game& game, const std::string& line) {
+    return ("\n" + game.screen() + "\n").find("\n" + line + "\n") != std::string::npos;
+}
+
+const std::string statements = "12345123451234512345123451234512345123";
+
+TEST(Game, AnEveningOfParticipants) {
+    harness::Bundle bundle;
+    harness::Game game(bundle);
+    ASSERT_TRUE(game.waitforkey()) << game.log();
+    keys(game, "\r\r");
+
+    // Names, edited with the cursor and Backspace keys.
+    keys(game, "Jürgn");
+    left(game);
+    keys(game, "e\rWeiss");
+    backspace(game);
+    backspace(game);
+    keys(game, "ß\r1981\r7\r3\r");
+    for (const char* line : {"Vorname : Jürgen", "Nachname: Weiß", "Eingabe des Geburtsjahres (JJJJ): 1981",
+                             "Eingabe des Geburtsmonates  (MM): 7", "Eingabe des Geburtstages    (TT): 3",
+                             "bzw. eine 0 falls sie männlich sind:"})
+        EXPECT_TRUE(shows(game, line)) << line << "\n" << game.screen();
+
+    keys(game, "011178\r");
+    for (const char* line :
+         {"Ihre Religion: 1", "1  Katholisch", "5  Sonstige", "Ihre Staatsangehörigkeit: 1",
+          "5  Außerhalb der EG", "Ihre Größe   (cm): 178", "Ihre Gewicht (kg):"})
+        EXPECT_TRUE(shows(game, line)) << line << "\n" << game.screen();
+
+    // Status and income show their digit, the colour doesn't; statements show none.
+    keys(game, "62\r234" + statements.substr(0, 5));
+    EXPECT_TRUE(shows(game, "Aussage: Ich arbeite engagiert für den Frieden.")) << game.screen();
+    EXPECT_TRUE(shows(game, "Ihre Meinung dazu:")) << game.screen();
+    EXPECT_TRUE(shows(game, "5  Nein, das stimmt nicht, bestimmt nicht")) << game.screen();
+    keys(game, statements.substr(5) + "10");
+    for (const char* line : {"Der gewünschte Partner darf verheiratet sein? 1",
+                             "Der gewünschte Partner soll meiner Religion angehören? 0",
+                             "Der gewünschte Partner soll dem anderen Geschlecht angehören?"})
+        EXPECT_TRUE(shows(game, line)) << line << "\n" << game.screen();
+    // Nothing reached the file before the last answer.
+    keys(game, "0");
+    EXPECT_EQ(bundle.readdata(), "");
+    keys(game, "n");
+    const std::string juergen = "19810703"
+                                "011"
+                                "178062"
+                                "234" +
+                                statements + "100";
+    EXPECT_EQ(bundle.readdata(), dumpof({{"Jürgen Weiß", juergen}}));
+    EXPECT_TRUE(game.logshows("SeelenorakelInput: Record #1 für 'Jürgen Weiß' wurde angelegt."))
+        << game.log();
+    EXPECT_EQ(game.clipboard(), "");
+    EXPECT_TRUE(shows(game, "Bitte den 2. Teilnehmer eingeben.")) << game.screen();
+
+    // Björn asks for changes; 1899 and 29 February 1900 are asked again, 29 February 2000 is taken.
+    keys(game, "\rBjörn\rKrüger\r1899\r1900\r2\r29\r");
+    EXPECT_TRUE(shows(game, "Eingabe des Geburtstages    (TT):")) << game.screen();
+    keys(game, "28\r1"
+               "22"
+               "170\r70\r"
+               "111" +
+                   std::string(38, '3') + "111");
+    EXPECT_TRUE(shows(game, "Änderungen erwünscht? (J/N)")) << game.screen();
+    EXPECT_EQ(bundle.readdata(), dumpof({{"Jürgen Weiß", juergen}}));
+    keys(game, "j");
+    keys(game, "Björn\rKrüger\r2000\r2\r29\r0"
+               "33"
+               "190\r100\r"
+               "555" +
+                   std::string(38, '5') + "001n");
+    const std::string bjoern = "20000229"
+                               "033"
+                               "190100"
+                               "555" +
+                               std::string(38, '5') + "001";
+    EXPECT_EQ(bundle.readdata(), dumpof({{"Jürgen Weiß", juergen}, {"Björn Krüger", bjoern}}));
+
+    // The same name in another case: J overwrites the old entry, names it anew, and the count stands.
+    keys(game, "\rjürgen\rweiß\r");
+    EXPECT_TRUE(shows(game, "Ihr Name ist bereits gespeichert.")) << game.screen();
+    keys(game, "j1981\r7\r3\r0"
+               "11"
+               "178\r62\r"
+               "234" +
+                   statements + "100n");
+    EXPECT_EQ(bundle.readdata(), dumpof({{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}}));
+    EXPECT_TRUE(game.logshows("SeelenorakelInput: Record #1 für 'jürgen weiß' wird geändert.")) << game.log();
+    EXPECT_TRUE(shows(game, "Bitte den 3. Teilnehmer eingeben.")) << game.screen();
+
+    // A first name of 16 letters is refused with two lines; N to the clash stores nothing.
+    keys(game, "\rMaximilianeeeeee\r");
+    EXPECT_TRUE(shows(game, "Ihr Vorname ist zu lang: Er soll max. 15 Buchstaben lang sein."))
+        << game.screen();
+    EXPECT_TRUE(shows(game, "Bitte kürzen Sie ihn sinnvoll ab! Dabei keinen Punkt verwenden!"))
+        << game.screen();
+    keys(game, "Björn\rKRÜGER\rn");
+    EXPECT_TRUE(shows(game, "Dann tritt ein Anderer an Ihre Stelle.")) << game.screen();
+    keys(game, "x");
+    EXPECT_TRUE(shows(game, "Bitte den 3. Teilnehmer eingeben.")) << game.screen();
+    EXPECT_EQ(bundle.readdata(), dumpof({{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}}));
+
+    // Umlauts count one letter each: 15 and 20 of them are taken.
+    const std::string first = "Ömerüäößüäößüäö", last = "Krügerüäößüäößüäößü";
+    keys(game, "\r" + first + "\r" + last +
+                   "\r1990\r12\r31\r1"
+                   "44"
+                   "160\r55\r"
+                   "321" +
+                   statements + "111n");
+    const std::string oemer = "19901231"
+                              "144"
+                              "160055"
+                              "321" +
+                              statements + "111";
+    EXPECT_EQ(bundle.readdata(),
+              dumpof({{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}, {first + " " + last, oemer}}));
+
+    // Esc: the report on the clipboard with the desktop's line ends, the end note on the screen.
+    game.escape();
+    ASSERT_TRUE(game.screenshows("(Programm Ende)")) << game.screen();
+    const std::string report = game.clipboard();
+    EXPECT_EQ(
+        report.rfind("Seelenorakel Auswertung\n=======================\n\nAuswertung für jürgen weiß\n", 0),
+        0u)
+        << report;
+    EXPECT_NE(report.find("\nAuswertung für Björn Krüger\n"), std::string::npos) << report;
+    EXPECT_EQ(report.find('\r'), std::string::npos);
+    EXPECT_TRUE(shows(game, "*: Es wird das andere Geschlecht bevorzugt.")) << game.screen();
+}
+
+TEST(Game, TheWorkedExampleEndsTheEvening) {
+    harness::Bundle bundle;
+    const std::string anna = "19750412"
+                             "121"
+                             "168062"
+                             "231" +
+                             statements + "110";
+    const std::string karl = "19701103"
+                             "031"
+                             "182081"
+                             "144" +
+                             std::string(38, '3') + "001";
+    bundle.writedata(dumpof({{"Anna Beispiel", anna}, {"Karl Muster", karl}}));
+    harness::Game game(bundle);
+    ASSERT_TRUE(game.waitforkey()) << game.log();
+    keys(game, "\r");
+    game.escape();
+    ASSERT_TRUE(game.screenshows("(Programm Ende)")) << game.screen();
+    const std::string candidate = "Anna Beispiel" + std::string(27, ' ') + " 128 Punkte.";
+    EXPECT_EQ(game.clipboard(), "Seelenorakel Auswertung\n=======================\n\n"
+                                "Auswertung für Anna Beispiel\n" +
+                                    std::string(55, '-') +
+                                    "\n\n"
+                                    "Auswertung für Karl Muster\n" +
+                                    std::string(55, '-') + "\n" + candidate +
+                                    "\n\n"
+                                    "Je kleiner die Punktzahl, umso besser die Übereinstimmung.\n"
+                                    "*: Es wird das andere Geschlecht bevorzugt.\n");
+    EXPECT_TRUE(shows(game, candidate)) << game.screen();
+    EXPECT_FALSE(game.waitforkey(300ms));
+}
+
+} // namespace
