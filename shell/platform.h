@@ -27,6 +27,19 @@ struct t_PlatformRect {
     double Height = 0;
 };
 
+struct t_PanelRequest {
+    bool Save = false;
+    std::string Title;
+    std::string Message;
+    std::string Prompt;
+    std::string NameLabel;
+    std::string FileName;
+    std::vector<std::string> FileTypes; // empty: every file
+    bool Multiple = false;
+    bool ChooseFiles = true;
+    bool ChooseFolders = false;
+};
+
 struct t_PlatformPort {
     // --- Any thread ---
     // True on the thread that runs the platform's event loop.
@@ -95,6 +108,19 @@ struct t_PlatformPort {
     std::function<std::string()> PasteboardText = [] { return std::string(); };
     std::function<void(const std::vector<uint32_t>& pixels, Int width, Int height)> PasteboardSetImage =
         [](const std::vector<uint32_t>&, Int, Int) {};
+
+    // The top-level menus, by title. MenuItemCount is -1 when there is no such menu; separators count as
+    // items with an empty title.
+    std::function<Int(const std::string& menu)> MenuItemCount = [](const std::string&) -> Int { return -1; };
+    std::function<std::string(const std::string& menu, Int position)> MenuItemTitleAt =
+        [](const std::string&, Int) { return std::string(); };
+    std::function<void(const std::string& menu, Int position)> MenuRemoveItemAt = [](const std::string&,
+                                                                                     Int) {};
+
+    // A modal file panel; the paths chosen as the file system names them, folders ending in "/"; none when
+    // cancelled.
+    std::function<std::vector<std::string>(const t_PanelRequest& request)> RunPanel =
+        [](const t_PanelRequest&) { return std::vector<std::string>(); };
 
     // The system's beep.
     std::function<void()> Beep = [] {};

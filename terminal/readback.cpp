@@ -46,17 +46,22 @@ std::string tidy(const std::string& raw) {
 
 std::string t_GetScreen(uint8_t window, std::string_view separator) {
     if (!t_TextGuard(window, "t_GetScreen")) return {};
+    // A copy from the menu runs on the main thread while the program thread may be making the window
+    // anew: the grid is read once, and checked against the memory before any cell is read.
     const t_Window& w = t_WindowTable[window];
-    const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
-    if (w.TextWidth * w.TextHeight > half) {
+    const Int start = w.TextMemoryStart, end = w.TextMemoryEnd, width = w.TextWidth, height = w.TextHeight;
+    const Int half = (end - start + 1) / 2;
+    const bool inMemory = start >= 0 && width >= 0 && height >= 0 && width <= 0x10000 && height <= 0x10000 &&
+                          start + width * height <= static_cast<Int>(t_VideoMemory.size());
+    if (width * height > half || !inMemory) {
         debuglog("t_GetScreen: Window #" + std::to_string(window) + " text block smaller than its grid.");
         return {};
     }
     std::string raw;
-    raw.reserve(static_cast<size_t>(w.TextHeight * (w.TextWidth + static_cast<Int>(separator.size()))));
-    const uint8_t* symbols = t_VideoMemory.data() + w.TextMemoryStart;
-    for (Int y = 0; y < w.TextHeight; ++y) {
-        for (Int x = 0; x < w.TextWidth; ++x) appendsymbol(raw, symbols[x + w.TextWidth * y]);
+    raw.reserve(static_cast<size_t>(height * (width + static_cast<Int>(separator.size()))));
+    const uint8_t* symbols = t_VideoMemory.data() + start;
+    for (Int y = 0; y < height; ++y) {
+        for (Int x = 0; x < width; ++x) appendsymbol(raw, symbols[x + width * y]);
         raw += separator;
     }
     if (separator.empty()) return raw;

@@ -2,6 +2,7 @@
 
 #include "shell/events.h"
 #include "shell/keymap.h"
+#include "shell/menus.h"
 
 #include <QAction>
 #include <QFontDatabase>
@@ -32,11 +33,11 @@ QString rulertext() {
     return text;
 }
 
-QMainWindow* makewindow(const QString& title, QMenu* menu) {
+QMainWindow* makewindow(const QString& title, const std::vector<QMenu*>& menus) {
     auto* window = new QMainWindow;
     window->setWindowTitle(title);
     window->menuBar()->setNativeMenuBar(false);
-    window->menuBar()->addMenu(menu);
+    for (QMenu* menu : menus) window->menuBar()->addMenu(menu);
     auto* content = new QWidget(window);
     content->setAutoFillBackground(true);
     window->setCentralWidget(content);
@@ -58,7 +59,7 @@ QPlainTextEdit* maketextview(QWidget* parent) {
 
 // Pasteboard: the text view 10 points from every edge of the content, which the launch relies on when
 // it measures the bar above the content.
-QMainWindow* makepasteboard(QMenu* menu, QPlainTextEdit*& textView) {
+QMainWindow* makepasteboard(const std::vector<QMenu*>& menu, QPlainTextEdit*& textView) {
     QMainWindow* window = makewindow("Zwischenablage", menu);
     const int bar = menuheight(window);
     window->resize(pasteboardWidth, pasteboardHeight + bar);
@@ -68,7 +69,8 @@ QMainWindow* makepasteboard(QMenu* menu, QPlainTextEdit*& textView) {
 }
 
 // Printer and console: the text view 20 points in, with the ruler above it.
-QMainWindow* makesidewindow(const QString& title, QMenu* menu, QPlainTextEdit*& textView, QLabel*& ruler) {
+QMainWindow* makesidewindow(const QString& title, const std::vector<QMenu*>& menu, QPlainTextEdit*& textView,
+                            QLabel*& ruler) {
     QMainWindow* window = makewindow(title, menu);
     window->resize(sideWidth, sideHeight + menuheight(window));
     const int textHeight = sideHeight - 40 - 15;
@@ -254,8 +256,14 @@ void DisplayView::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton || event->button() == Qt::RightButton) viewMouseUp(Index);
 }
 
-// Only a close the user asks for is turned into hiding; Qt's own closing at quit goes through.
+// Only a close the user asks for is turned into hiding; Qt's own closing at quit goes through. A side
+// window's resize lays out its text view and ruler.
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Resize &&
+        (watched == PasteboardWindow || watched == VirtualPrinterWindow || watched == SystemConsoleWindow)) {
+        t_WindowDidResize();
+        return false;
+    }
     if (event->type() != QEvent::Close || !event->spontaneous()) return false;
     auto* widget = qobject_cast<QWidget*>(watched);
     if (!widget) return false;
@@ -270,28 +278,27 @@ AppDelegate::AppDelegate() {
     quit->setMenuRole(QAction::QuitRole);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Q));
     QObject::connect(quit, &QAction::triggered, [] { quitapplication(); });
+    makemenus();
 
     DisplayView** views[8] = {&t_View00, &t_View01, &t_View02, &t_View03,
                               &t_View04, &t_View05, &t_View06, &t_View07};
     for (int n = 0; n < 8; ++n) {
-        QMainWindow* window = makewindow("Seelenorakel", ApplicationMenu);
+        QMainWindow* window = makewindow("Seelenorakel", menus());
         const int bar = menuheight(window);
         window->resize(640 + 32, 400 + 32 + bar);
         *views[n] = new DisplayView(n, window->centralWidget());
         (*views[n])->setGeometry(16, 16, 640, 400);
         window->move(40 + 24 * n, 40 + 24 * n);
     }
-    PasteboardWindow = makepasteboard(ApplicationMenu, PasteboardTextView);
+    PasteboardWindow = makepasteboard(menus(), PasteboardTextView);
     PasteboardScrollView = PasteboardTextView;
-    VirtualPrinterWindow =
-        makesidewindow("Drucker", ApplicationMenu, VirtualPrinterTextView, VirtualPrinterRuler);
+    VirtualPrinterWindow = makesidewindow("Drucker", menus(), VirtualPrinterTextView, VirtualPrinterRuler);
     VirtualPrinterScrollView = VirtualPrinterTextView;
-    SystemConsoleWindow =
-        makesidewindow("Systemkonsole", ApplicationMenu, SystemConsoleTextView, SystemConsoleRuler);
+    SystemConsoleWindow = makesidewindow("Systemkonsole", menus(), SystemConsoleTextView, SystemConsoleRuler);
     SystemConsoleScrollView = SystemConsoleTextView;
-    PreferencesWindow = makewindow("Einstellungen", ApplicationMenu);
+    PreferencesWindow = makewindow("Einstellungen", menus());
     PreferencesWindow->resize(400, 300 + menuheight(PreferencesWindow));
-    MainWindow = makewindow("Seelenorakel", ApplicationMenu);
+    MainWindow = makewindow("Seelenorakel", menus());
     MainWindow->resize(480, 320 + menuheight(MainWindow));
     for (int n = 0; n <= 12; ++n)
         if (QMainWindow* w = window(n)) w->installEventFilter(this);

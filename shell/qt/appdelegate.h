@@ -13,6 +13,8 @@
 
 #include "shell/platform.h"
 
+class QApplication;
+
 // The drawing surface of display window 0 to 7; the index never changes.
 class DisplayView : public QWidget {
   public:
@@ -77,6 +79,10 @@ class AppDelegate : public QObject {
 
     // One set of menus, shown in the bar of every window.
     QMenu* ApplicationMenu = nullptr;
+    QMenu* EditMenu = nullptr;
+    QMenu* WindowMenu = nullptr;
+    void makemenus();
+    std::vector<QMenu*> menus() const;
 
     DisplayView* view(int index) const;
     QMainWindow* window(int number) const;
@@ -84,13 +90,15 @@ class AppDelegate : public QObject {
     QLabel* ruler(int number) const;
 };
 
-class QApplication;
-
 // Kept from start-up to process end.
 extern AppDelegate* t_Delegate;
 
 // The Qt implementation of the port; t_Delegate must exist. Call on the main thread.
 t_PlatformPort qtplatformport();
+// Its menus and file panels.
+void qtmenuport(t_PlatformPort& port);
+// Keeps a tap of Alt out of the menu bar.
+void installmenustyle(QApplication& application);
 
 // The Quit command: log, the program's handler, flush, end the process. No destructors run, since the
 // program thread may still be inside them.

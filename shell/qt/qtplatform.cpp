@@ -282,6 +282,7 @@ t_PlatformPort qtplatformport() {
         if (sound) playsound(sound);
     };
     port.Terminate = [] { quitapplication(); };
+    qtmenuport(port);
     return port;
 }
 
@@ -298,6 +299,7 @@ void quitapplication() {
 
 void prepareapplication(QApplication& application) {
     application.setQuitOnLastWindowClosed(false);
+    installmenustyle(application);
     t_Delegate = new AppDelegate;
     setplatformport(qtplatformport());
     installquitsignals();

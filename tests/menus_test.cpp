@@ -1,0 +1,213 @@
+// Menu choices by tag, the menu clean-up at start, plain text for the clipboard, and the file panels, on
+// the stand-in platform.
+#include "spine_standin.h"
+
+#include "shell/events.h"
+#include "shell/menus.h"
+#include "terminal/terminal.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <thread>
+
+namespace {
+
+// Menus as titled lists of items, a beep counter, and which windows were shown or hidden.
+struct MenuModel {
+    std::map<std::string, std::vector<std::string>> menus;
+    std::vector<std::vector<std::string>> panelPaths;
+    std::mutex mutex;
+    std::vector<std::string> made;
+    void note(const std::string& call) {
+        std::lock_guard<std::mutex> lock(mutex);
+        made.push_back(call);
+    }
+    std::vector<std::string> calls() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return made;
+    }
+    void clear() {
+        std::lock_guard<std::mutex> lock(mutex);
+        made.clear();
+    }
+};
+
+std::shared_ptr<MenuModel> installmenus(std::map<std::string, std::vector<std::string>> menus) {
+    auto model = std::make_shared<MenuModel>();
+    model->menus = std::move(menus);
+    standin::install();
+    t_PlatformPort port = platformport();
+    port.MenuItemCount = [model](const std::string& m) -> Int {
+        return model->menus.count(m) ? static_cast<Int>(model->menus[m].size()) : -1;
+    };
+    port.MenuItemTitleAt = [model](const std::string& m, Int i) {
+        return model->menus[m][static_cast<size_t>(i)];
+    };
+    port.MenuRemoveItemAt = [model](const std::string& m, Int i) {
+        model->menus[m].erase(model->menus[m].begin() + i);
+    };
+    port.Beep = [model] { model->note("beep"); };
+    port.WindowMakeKeyAndOrderFront = [model](uint8_t n) { model->note("front " + std::to_string(n)); };
+    port.WindowOrderFront = [model](uint8_t n) { model->note("show " + std::to_string(n)); };
+    port.WindowOrderOut = [model](uint8_t n) { model->note("hide " + std::to_string(n)); };
+    port.RunPanel = [model](const t_PanelRequest& r) {
+        model->note("panel " + r.Prompt + " " + r.Title + " " + std::to_string(r.FileTypes.size()));
+        auto paths = model->panelPaths.empty() ? std::vector<std::string>() : model->panelPaths.front();
+        if (!model->panelPaths.empty()) model->panelPaths.erase(model->panelPaths.begin());
+        return paths;
+    };
+    setplatformport(port);
+    // No sound to play: the beep is the platform's.
+    setbundlepath("/nonexistent/Seelenorakel.app");
+    t_BeepForget();
+    return model;
+}
+
+void choose(Int tag, bool inMenu = true) {
+    t_MenuItem item;
+    item.InMenu = inMenu;
+    item.MenuTitle = "Fenster";
+    item.Title = "Eintrag";
+    item.KeyChar = "w";
+    item.Tag = tag;
+    ASSERT_TRUE(standin::onmain([&] { t_MenuEventHandler(item); }));
+}
+
+TEST(Menus, CleanUpAtStartAndItemRoutines) {
+    auto model = installmenus({{"Bearbeiten", {"Text kopieren", "Emoji & Symbole", "Diktat starten …", ""}},
+                               {"Fenster", {"Vollbildmodus", "Bildschirm 0 zeigen"}}});
+    standin::LogCapture log;
+    {
+        std::lock_guard<std::mutex> lock(t_MenuLock);
+        t_MenuActions.clear();
+    }
+    t_InitMemoryMenus();
+    EXPECT_EQ(model->menus["Bearbeiten"], std::vector<std::string>{"Text kopieren"});
+    EXPECT_EQ(model->menus["Fenster"], std::vector<std::string>{"Bildschirm 0 zeigen"});
+    const auto lines = log.lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "*** Found Fenster Menu Item Vollbildmodus"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "t_MenuItemIndex: Menu not found."), 5 + 3);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "t_MenuItemDelete: Item position out of range"), 3);
+    std::vector<Int> tags;
+    for (const t_MenuAction& row : t_MenuActions) tags.push_back(row.Tag);
+    ASSERT_EQ(tags.size(), 37u);
+    EXPECT_EQ(tags.front(), 200);
+    EXPECT_EQ(tags[31], 231);
+    EXPECT_EQ(tags.back(), 114);
+
+    EXPECT_EQ(t_MenuItemIndex("Fenster", "Bildschirm 0 zeigen"), 0);
+    EXPECT_EQ(t_MenuItemTitle("Fenster", -1), "");
+    model->menus["Leer"] = {};
+    t_MenuItemDelete("Leer", 65535);
+    EXPECT_EQ(t_MenuItemTitle("Bearbeiten", 65535), "Text kopieren");
+    const auto after = log.lines();
+    EXPECT_EQ(std::vector<std::string>(after.end() - 2, after.end()),
+              (std::vector<std::string>{"t_MenuItemTitle: Item position out of range",
+                                        "t_MenuItemDelete: Item position out of range"}));
+}
+
+TEST(Menus, ChoicesByTag) {
+    auto model = installmenus({});
+    {
+        std::lock_guard<std::mutex> lock(t_MenuLock);
+        t_MenuActions.clear();
+    }
+    for (Int tag = 200; tag <= 231; ++tag) t_MenuActionAdd(tag);
+    for (Int tag = 110; tag <= 114; ++tag) t_MenuActionAdd(tag);
+    std::atomic<int> programHandler{0};
+    t_ProgramMenuHandler = [&] { ++programHandler; };
+    standin::LogCapture log;
+    struct Row {
+        const char* name;
+        Int tag;
+        bool inMenu;
+        std::vector<std::string> calls;
+        int handler;
+        const char* logLine;
+    };
+    const Row rows[] = {
+        {"tag 0 goes to the program", 0, true, {}, 1, nullptr},
+        {"no menu goes to the program", 205, false, {}, 1, nullptr},
+        {"a tag without a row goes to the program", 999, true, {}, 1, nullptr},
+        {"205 shows the main window", 205, true, {"show 12", "front 12"}, 0, nullptr},
+        {"210 hides the printer", 210, true, {"hide 9"}, 0, nullptr},
+        {"214 for a window never made",
+         214,
+         true,
+         {"beep"},
+         0,
+         "t_MenuEventHandler: Window #0 not initialized."},
+        {"paste with no window in front", 113, true, {"beep"}, 0, nullptr},
+        {"copy picture with no window in front", 110, true, {"beep"}, 0, nullptr},
+        {"231 does nothing", 231, true, {}, 0, nullptr},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        model->clear();
+        programHandler = 0;
+        const size_t queued = t_MenuQueue.size();
+        const Int size = t_MenuQueueSize.load();
+        t_BeepForget();
+        choose(row.tag, row.inMenu);
+        EXPECT_TRUE(standin::waitfor([&] { return programHandler.load() >= row.handler; }));
+        EXPECT_EQ(programHandler.load(), row.handler);
+        EXPECT_TRUE(standin::waitfor([&] { return model->calls().size() >= row.calls.size(); }));
+        EXPECT_EQ(model->calls(), row.calls);
+        ASSERT_EQ(t_MenuQueue.size(), queued + 1);
+        EXPECT_EQ(t_MenuQueue.back().Kind, row.inMenu ? 3 : 0);
+        EXPECT_EQ(t_MenuQueue.back().ItemAction, row.inMenu ? row.tag : 0);
+        EXPECT_EQ(t_MenuQueueSize.load(), size + 1);
+        if (row.logLine) {
+            const auto lines = log.lines();
+            EXPECT_NE(std::find(lines.begin(), lines.end(), row.logLine), lines.end());
+        }
+    }
+    t_ProgramMenuHandler = [] {};
+
+    // A menu choice ends a pause of the output, and stays in its queue.
+    {
+        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
+        t_KeyQueue.clear();
+    }
+    t_PostKeyString("\x13");
+    std::atomic<bool> paused{false};
+    std::thread printer([&] { paused = t_CheckPause(19, true); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_FALSE(paused.load());
+    choose(231);
+    printer.join();
+    EXPECT_TRUE(paused.load());
+}
+
+TEST(Menus, PlainTextForTheClipboard) {
+    const struct {
+        std::string in, out;
+    } rows[] = {
+        {"", ""},
+        {"\u0086\u008C\u008C\u0087\r\u008A ab \u008A", "+--+\r| ab |"},
+        {"\u007F\u0080\u0081\u0082\u0083\u0084\u0085\u009F\u00A0ä", "#*#<=>O=\u02FDä"},
+        {"\u0088\u0089\u008E\u0099\u009E\u009A\u009B\u009C\u009D", "+++++--||"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(t_PasteboardText(row.in), row.out) << row.in;
+}
+
+TEST(Menus, PanelsFromAnyThread) {
+    auto model = installmenus({});
+    model->panelPaths = {{"/home/a b/Mu\u0308ller.txt"}, {}, {"/tmp/neu.txt"}};
+    std::string opened, cancelled, saved;
+    std::thread program([&] {
+        opened = t_OpenPanel("Laden", "Bitte wählen", "txt,text", true, false);
+        cancelled = t_OpenPanel("Laden", "", "", true, true);
+        saved = t_SavePanel("alt.txt", "Sichern", "", "txt");
+    });
+    program.join();
+    EXPECT_EQ(opened, "/home/a b/Müller.txt");
+    EXPECT_EQ(cancelled, "");
+    EXPECT_EQ(saved, "/tmp/neu.txt");
+    EXPECT_EQ(model->calls(), (std::vector<std::string>{"panel Öffnen Laden 2", "panel Wählen Laden 0",
+                                                        "panel Sichern Sichern 1"}));
+}
+
+} // namespace
