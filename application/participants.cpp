@@ -1,6 +1,7 @@
 #include "application/application.h"
 
 #include "library/library.h"
+#include "shell/shell.h"
 #include "store/store.h"
 
 void t_AddStatementData(const std::string& text) {
@@ -59,6 +60,10 @@ int64_t SeelenorakelLoad() {
     ParticipantTable = d_CreateTable("Seelenorakel");
     FieldName = d_CreateField(ParticipantTable, "Name", d_TypeString);
     FieldAttribute = d_CreateField(ParticipantTable, "Attribute", d_TypeString);
+    // Nobody at the keyboard reads the log, but whoever installed the program may.
+    const std::string folder = pathfolder(datafilepath());
+    if (!folderwritable(folder))
+        debuglog("SeelenorakelLoad: The folder " + folder + " can't be written, so no participant will be saved.");
     d_AppendDatabase(datafilepath());
     Participants = d_RecordsInTable(ParticipantTable);
     return Participants;

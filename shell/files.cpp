@@ -133,3 +133,7 @@ int64_t setstringtofile(const std::string& path, std::string_view text) {
     }
     return 0;
 }
+
+bool folderwritable(const std::string& folder) {
+    return access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
+}

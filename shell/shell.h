@@ -35,6 +35,8 @@ void t_RunOnMainThread(const std::function<void()>& block);
 // Whole files and the beep.
 std::vector<uint8_t> getbinaryfromfile(const std::string& path);
 int64_t setstringtofile(const std::string& path, std::string_view text);
+// True when files can be made in the folder.
+bool folderwritable(const std::string& folder);
 void t_Beep();
 
 // The application's folder "Name.app", found from the running executable; tests may set another.

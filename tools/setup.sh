@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs; quiet and quick when they are all there.
 set -eu
 packages=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libicu-dev
-          qt6-base-dev qt6-multimedia-dev libfreetype-dev fonts-dejavu-core clang libclang-rt-14-dev gcovr)
+          qt6-base-dev qt6-multimedia-dev libfreetype-dev fonts-dejavu-core clang libclang-rt-14-dev gcovr desktop-file-utils)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
