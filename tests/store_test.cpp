@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <limits>
 #include <map>
+#include <tuple>
 #include <string>
 #include <vector>
 
@@ -64,53 +65,40 @@ const std::string exampleFile = "T0          :Seelenorakel\rF0         S:Name\rF
                                 attributeA + "\rR2\r f0        S:Karl Muster\r f1        S:" + attributeB +
                                 "\r";
 
-TEST(Store, NamesAreCutTo32CharactersAndCompareCut) {
+TEST(Store, NamesAreCutAndBadNumbersLogAndFail) {
     freshstore();
     LogCapture log;
-    const Int table = d_CreateTable(std::string(40, 'x'));
-    ASSERT_EQ(table, 0);
-    EXPECT_EQ(d_Selections[0].SelectionID, std::string(32, 'x'));
-    EXPECT_EQ(d_CreateTable(std::string(33, 'x')), -1);
-    EXPECT_EQ(log.lines, (Lines{"d_CreateTable: Table [" + std::string(32, 'x') + "] #0 created.",
-                                "d_CreateTable: Table [" + std::string(33, 'x') + "] already exists."}));
-    EXPECT_EQ(d_GetTableIndex(std::string(50, 'x')), 0);
-    // Characters, not bytes: 40 umlauts are cut to 32.
-    std::string umlauts;
-    for (int i = 0; i < 40; ++i) umlauts += "ü";
-    EXPECT_EQ(d_CreateField(table, umlauts, d_TypeString), 0);
-    EXPECT_EQ(d_Tables[0].Field[0].FieldID.size(), 64u);
-    EXPECT_EQ(d_CreateField(table, umlauts.substr(0, 66), d_TypeInteger), -1);
-    EXPECT_EQ(d_GetFieldIndexI(table, "none"), -1);
-}
-
-TEST(Store, BadNumbersLogAndFail) {
-    freshstore();
-    LogCapture log;
-    const std::vector<Int> results = {d_CreateField(0, "F", 0), d_FieldsInTable(-1),
-                                      d_RecordsInTable(3),      d_CreateRecord(0),
-                                      d_GetFieldIndexI(0, "F"), d_SearchUniqueRecord(0, 0, "x", false)};
-    EXPECT_EQ(results, std::vector<Int>(6, -1));
+    EXPECT_EQ(std::vector<Int>({d_CreateField(0, "F", 0), d_FieldsInTable(-1), d_RecordsInTable(3),
+                                d_CreateRecord(0), d_GetFieldIndexI(0, "F"),
+                                d_SearchUniqueRecord(0, 0, "x", false)}),
+              std::vector<Int>(6, -1));
     EXPECT_EQ(d_GetData(0, 1, 0), "");
-    const Int table = d_CreateTable("T");
-    EXPECT_EQ(d_CreateRecord(table), -1);
+    // Names are cut to 32 characters, not bytes, and compare cut.
+    const std::string x32(32, 'x'), u40 = repeatstring("ü", 40);
+    const Int table = d_CreateTable(x32 + "yyy");
+    EXPECT_EQ(d_CreateTable(x32 + "z"), -1);
+    EXPECT_EQ(d_GetTableIndex(x32 + "zz") * 10 + d_CreateRecord(table), -1);
     EXPECT_EQ(d_GetFieldIndexI(table, "F"), -1); // no fields: no log line
-    d_CreateField(table, "Name", d_TypeString);
+    EXPECT_EQ(d_CreateField(table, u40, d_TypeString), 0);
+    EXPECT_EQ(d_Selections[0].SelectionID + d_Tables[0].Field[0].FieldID, x32 + repeatstring("ü", 32));
+    EXPECT_EQ(d_CreateField(table, u40.substr(0, 66), d_TypeInteger) + d_GetFieldIndexI(table, "none"), -2);
     d_CreateRecord(table);
     EXPECT_FALSE(d_SetData(table, 3, 0, "x"));
     EXPECT_EQ(d_GetData(table, 3, 0), "");
     EXPECT_EQ(d_GetData(table, 1, 1), "");
     EXPECT_FALSE(d_SetData(table, 1, 5, "y"));
-    EXPECT_EQ(
-        log.lines,
-        (Lines{"d_CreateField: Table #0 not found.", "d_FieldsInTable: Table #-1 not found.",
-               "d_RecordsInTable: Table #3 not found.", "d_CreateRecord: Table #0 not found.",
-               "d_GetFieldIndexI: Table #0 not found.", "d_SearchUniqueRecord: Table #0 not found.",
-               "d_GetData: Table #0 not found.", "d_CreateTable: Table [T] #0 created.",
-               "d_CreateRecord: Table #0 has no fields.", "d_CreateRecord: Working Record created.",
-               "d_SetData: Error setting data for table = #0 #0, record = #3, field = #0, data = 'x'",
-               "d_GetData: Record #3 not found.", "d_GetData: Field #1 not found.",
-               "d_GetDataIndex: Field #5 not found.",
-               "d_SetData: Error setting data for table = #0 #0, record = #1, field = #5, data = 'y'"}));
+    const std::string set = "d_SetData: Error setting data for table = #0 #0, record = #";
+    EXPECT_EQ(log.lines,
+              (Lines{"d_CreateField: Table #0 not found.", "d_FieldsInTable: Table #-1 not found.",
+                     "d_RecordsInTable: Table #3 not found.", "d_CreateRecord: Table #0 not found.",
+                     "d_GetFieldIndexI: Table #0 not found.", "d_SearchUniqueRecord: Table #0 not found.",
+                     "d_GetData: Table #0 not found.", "d_CreateTable: Table [" + x32 + "] #0 created.",
+                     "d_CreateTable: Table [" + x32 + "z] already exists.",
+                     "d_CreateRecord: Table #0 has no fields.",
+                     "d_CreateField: Field [" + u40.substr(0, 66) + "] already exists.",
+                     "d_CreateRecord: Working Record created.", set + "3, field = #0, data = 'x'",
+                     "d_GetData: Record #3 not found.", "d_GetData: Field #1 not found.",
+                     "d_GetDataIndex: Field #5 not found.", set + "1, field = #5, data = 'y'"}));
 }
 
 TEST(Store, RecordsFillBlocksAndTheWorkingRecordCopiesTheCurrentOne) {
@@ -145,40 +133,24 @@ TEST(Store, RecordsFillBlocksAndTheWorkingRecordCopiesTheCurrentOne) {
 TEST(Store, EveryTypeStoresItsTextAndKey) {
     constexpr int64_t maximum = std::numeric_limits<int64_t>::max();
     constexpr int64_t minimum = std::numeric_limits<int64_t>::min();
-    const struct {
-        Int type;
-        std::string value, text;
-        int64_t key;
-    } rows[] = {
-        {d_TypeInteger, "12abc", "12", 12},
-        {d_TypeInteger, "  - 40", "-40", -40},
-        {d_TypeInteger, "x12", "0", 0},
-        {d_TypeReal, "-2.7", "-2,7", -2},
-        {d_TypeReal, "-0", "-0", 0},
-        {d_TypeReal, "-0,999", "-0,999", 0},
-        {d_TypeReal, "1e30", "9,999999999999999e+29", maximum},
-        {d_TypeReal, "-1e400", "-inf", minimum},
+    // clang-format off
+    const struct { Int type; std::string value, text; int64_t key; } rows[] = {
+        {d_TypeInteger, "12abc", "12", 12}, {d_TypeInteger, "  - 40", "-40", -40}, {d_TypeInteger, "x12", "0", 0},
+        {d_TypeReal, "-2.7", "-2,7", -2}, {d_TypeReal, "-0", "-0", 0}, {d_TypeReal, "-0,999", "-0,999", 0},
+        {d_TypeReal, "1e30", "9,999999999999999e+29", maximum}, {d_TypeReal, "-1e400", "-inf", minimum},
         // 2^63 doesn't fit and is held at the largest key; -2^63 fits.
         {d_TypeReal, "92233720368547758,08e2", "9,223372036854776e+18", maximum},
         {d_TypeReal, "-92233720368547758,08e2", "-9,223372036854776e+18", minimum},
         {d_TypeReal, "4611686018427387904", "4,611686018427388e+18", int64_t{1} << 62},
-        {d_TypeBoolean, "Ja", "True", 1},
-        {d_TypeBoolean, "YES", "True", 1},
-        {d_TypeBoolean, "-1", "True", 1},
-        {d_TypeBoolean, "NEIN", "False", 0},
-        {d_TypeBoolean, "No", "False", 0},
-        {d_TypeBoolean, "x", "False", 0},
-        // Keys pack the low bytes of the first eight scalars, String keys after lower-casing.
-        {d_TypeString, "Anna Meier", "Anna Meier", 0x69656d20616e6e61},
-        {d_TypeString, "ÄRGER", "ÄRGER", 0x72656772e4},
-        {d_TypeString, "abcdefgÿ", "abcdefgÿ", 0x7f67666564636261}, // top bit cleared
-        {d_TypeData, "Anna Meier", "Anna Meier", 0x69654d20616e6e41},
-        {d_TypeTime, "3725000", "62:05", 3725000},
-        {d_TypeTime, "59999", "00:59", 59999},
-        {d_TypeLongTime, "3725000", "1:02:05", 3725000},
-        {d_TypeOther, "ABCDEFGÿ", "ABCDEFGÿ", 0x7f47464544434241},
-        {12, "MiXed", "MiXed", 0x646558694d},
-    };
+        {d_TypeBoolean, "Ja", "True", 1}, {d_TypeBoolean, "YES", "True", 1}, {d_TypeBoolean, "-1", "True", 1},
+        {d_TypeBoolean, "NEIN", "False", 0}, {d_TypeBoolean, "No", "False", 0}, {d_TypeBoolean, "x", "False", 0},
+        // Keys pack the low bytes of the first eight scalars, String keys after lower-casing, top bit cleared.
+        {d_TypeString, "Anna Meier", "Anna Meier", 0x69656d20616e6e61}, {d_TypeString, "ÄRGER", "ÄRGER", 0x72656772e4},
+        {d_TypeString, "abcdefgÿ", "abcdefgÿ", 0x7f67666564636261}, {d_TypeData, "Anna Mei", "Anna Mei", 0x69654d20616e6e41},
+        {d_TypeTime, "3725000", "62:05", 3725000}, {d_TypeTime, "59999", "00:59", 59999},
+        {d_TypeLongTime, "3725000", "1:02:05", 3725000}, {d_TypeOther, "ABCDEFGÿ", "ABCDEFGÿ", 0x7f47464544434241},
+        {12, "MiXed", "MiXed", 0x646558694d}};
+    // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(std::to_string(row.type) + " " + row.value);
         freshstore();
@@ -188,18 +160,19 @@ TEST(Store, EveryTypeStoresItsTextAndKey) {
         EXPECT_EQ(d_GetData(table, 1, 0), row.text);
         EXPECT_EQ(keyat(table, 1, 0), row.key);
     }
-    const struct {
-        std::string text;
-        Int key;
-    } keys[] = {{"", 0},
-                {"AB", 0x4241},
-                {"ü", 0xFC},
-                {"€", 0xAC},
-                {"abcdefghXYZ", 0x6867666564636261},
-                {"abcdefgÿ", -0x0098999a9b9c9d9f},
-                {"\xC3", 0xFD},
-                {"\xF0\x9F", 0xFDFD}};
-    for (const auto& row : keys) EXPECT_EQ(d_TextKey(row.text), row.key) << row.text;
+    const std::pair<std::string, Int> keys[] = {{"", 0},
+                                                {"ü", 0xFC},
+                                                {"€", 0xAC},
+                                                {"abcdefghXYZ", 0x6867666564636261},
+                                                {"abcdefgÿ", -0x0098999a9b9c9d9f},
+                                                {"\xC3", 0xFD},
+                                                {"\xF0\x9F", 0xFDFD}};
+    for (const auto& [text, key] : keys) EXPECT_EQ(d_TextKey(text), key) << text;
+    const std::tuple<Int, Int, bool, std::string> times[] = {
+        {3725123, 3, true, "1:02:05:123"}, {3725123, 2, true, "1:02:05:12"}, {3725123, 1, true, "1:02:05:1"},
+        {3725123, 4, true, "1:02:05"},     {3725007, 3, false, "62:05:007"}, {0, 0, true, "0:00:00"}};
+    for (const auto& [ms, decimals, hours, text] : times)
+        EXPECT_EQ(t_FormatLongTime(ms, decimals, hours), text) << ms;
 }
 
 TEST(Store, SearchComparesKeysFirstAndTextsAfter) {
@@ -233,27 +206,13 @@ TEST(Store, SearchComparesKeysFirstAndTextsAfter) {
     EXPECT_EQ(log.lines, Lines{"d_SearchUniqueRecord: Field #[2] not found."});
 }
 
-TEST(Store, LongTimeFormats) {
-    const struct {
-        Int ms, decimals;
-        bool hours;
-        std::string text;
-    } rows[] = {{3725123, 3, true, "1:02:05:123"}, {3725123, 2, true, "1:02:05:12"},
-                {3725123, 1, true, "1:02:05:1"},   {3725123, 4, true, "1:02:05"},
-                {3725007, 3, false, "62:05:007"},  {0, 0, true, "0:00:00"}};
-    for (const auto& row : rows)
-        EXPECT_EQ(t_FormatLongTime(row.ms, row.decimals, row.hours), row.text) << row.ms;
-}
-
 TEST(Store, DeletionsLogAndRenumber) {
     freshstore();
-    {
-        LogCapture log;
-        d_DeleteDatabase(true);
-        ASSERT_EQ(log.lines.size(), 2u);
-        EXPECT_EQ(log.lines[0], "d_DeleteDatabase: Start (0 tables in database) (quick).");
-        EXPECT_EQ(log.lines[1].rfind("d_DeleteDatabase: End (0 tables in database, ", 0), 0u);
-    }
+    LogCapture log;
+    d_DeleteDatabase(true);
+    ASSERT_EQ(log.lines.size(), 2u);
+    EXPECT_EQ(log.lines[0], "d_DeleteDatabase: Start (0 tables in database) (quick).");
+    EXPECT_EQ(log.lines[1].rfind("d_DeleteDatabase: End (0 tables in database, ", 0), 0u);
     filledtable("Eins", {"a"});
     filledtable("Zwei", {"b", "c", "d"});
     const Int next = d_DataNext;
@@ -269,7 +228,7 @@ TEST(Store, DeletionsLogAndRenumber) {
     d_DeleteRecord(0, 2);
     EXPECT_EQ(d_GetData(0, 2, 0), "d");
     EXPECT_EQ(d_SearchUniqueRecord(0, 0, "c", false), -1);
-    LogCapture log;
+    log.lines.clear();
     d_DeleteRecord(0, 7);
     d_DeleteRecord(4, 1);
     d_DeleteTable(5);
@@ -288,21 +247,13 @@ TEST(Store, DeletionsLogAndRenumber) {
 
     log.lines.clear();
     d_DeleteDatabase(false);
-    const Lines expected = {"d_DeleteDatabase: Start (2 tables in database) (recursive).",
-                            "d_DeleteTable: Start.",
-                            "d_DeleteTable: Table = #1 #1",
-                            "d_DeleteTable: End.",
-                            "d_DeleteTable: Start.",
-                            "d_DeleteTableRecords: Start.",
-                            "d_DeleteTableRecords: Delete 1 records start.",
-                            "d_DeleteTableRecords: Delete records end.",
-                            "d_DeleteTableRecords: Table = #0 #0",
-                            "d_DeleteTableRecords: End.",
-                            "d_DeleteTable: Delete WorkingRecord.",
-                            "d_DeleteTable: Start deleting fields.",
-                            "d_DeleteTable: End deleting fields.",
-                            "d_DeleteTable: Table = #0 #0",
-                            "d_DeleteTable: End."};
+    const std::string t = "d_DeleteTable: ", tr = "d_DeleteTableRecords: ";
+    // clang-format off
+    const Lines expected = {"d_DeleteDatabase: Start (2 tables in database) (recursive).", t + "Start.",
+        t + "Table = #1 #1", t + "End.", t + "Start.", tr + "Start.", tr + "Delete 1 records start.",
+        tr + "Delete records end.", tr + "Table = #0 #0", tr + "End.", t + "Delete WorkingRecord.",
+        t + "Start deleting fields.", t + "End deleting fields.", t + "Table = #0 #0", t + "End."};
+    // clang-format on
     ASSERT_EQ(log.lines.size(), expected.size() + 1);
     EXPECT_EQ(Lines(log.lines.begin(), log.lines.end() - 1), expected);
     EXPECT_EQ(log.lines.back().rfind("d_DeleteDatabase: End (0 tables in database, ", 0), 0u);
