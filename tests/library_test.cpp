@@ -113,39 +113,23 @@ TEST_F(Library, InstringFindsWholeCanonicallyEqualCharacters) {
 
 TEST_F(Library, RepeatPadFieldsAndPaths) {
     using P = std::pair<std::string, std::string>;
+    // clang-format off
     check(std::vector<Case<P>>{
         ROW(nextfield(" a , b "), P("a", " b ")), ROW(nextfield("'a,b' , c"), P("a,b", " c")),
         ROW(nextfield("x'y',z"), P("y", "z")), ROW(nextfield("' open, end "), P(" open, end ", "")),
-        ROW(nextfield(""), P("", "")), ROW(nextfield("\t a b \t"), P("a b", "")),
-        ROW(nextfield("'a'b'c,d"), P("a", "d")),
+        ROW(nextfield(""), P("", "")), ROW(nextfield("\t a b \t"), P("a b", "")), ROW(nextfield("'a'b'c,d"), P("a", "d")),
         // A no-break space is a blank; an apostrophe with an accent is no apostrophe.
         ROW(nextfield("\xC2\xA0\xC3\xA4\xC2\xA0,x"), P("\xC3\xA4", "x")),
-        ROW(nextfield("'\xCC\x81"
-                      "a,b"),
-            P("'\xCC\x81"
-              "a",
-              "b"))});
-    check(Texts{ROW(repeatstring("ab", 3), "ababab"),
-                ROW(repeatstring("ab", 32768), ""),
-                ROW(repeatstring("", 5), ""),
-                ROW(spacestring(3), "   "),
-                ROW(spacestring(32768), ""),
-                ROW(spacestring(-1), ""),
-                ROW(padstring("ab", "cd", 6), "ab  cd"),
-                ROW(padstring("ab", "cd", 3), "abc"),
-                ROW(padstring("ab", "cd", 0), ""),
-                ROW(padstring("\xC3\xA4", "c", 4), "\xC3\xA4  c"),
-                ROW(padstring("ab", eD + "x", 3), "ab" + eD),
-                ROW(padstring("a\r", "\nb", 2), "a\r\n"),
-                ROW(firstline("a\nbc\rd"), "a\nbc"),
-                ROW(firstline("\rab"), ""),
-                ROW(firstline("ab\r\ncd"), "ab"),
-                ROW(pathfolder("/a/b.txt"), "/a/"),
-                ROW(pathfilename("/a/b.txt"), "b.txt"),
-                ROW(pathfolder("b.txt"), ""),
-                ROW(pathfilename("/a/"), ""),
-                ROW(pathfolder("/"), "/"),
-                ROW(pathfolder("/M\xC3\xBCller/D.txt"), "/M\xC3\xBCller/")});
+        ROW(nextfield("'\xCC\x81" "a,b"), P("'\xCC\x81" "a", "b"))});
+    check(Texts{ROW(repeatstring("ab", 3), "ababab"), ROW(repeatstring("ab", 32768), ""), ROW(repeatstring("", 5), ""),
+        ROW(spacestring(3), "   "), ROW(spacestring(32768), ""), ROW(spacestring(-1), ""),
+        ROW(padstring("ab", "cd", 6), "ab  cd"), ROW(padstring("ab", "cd", 3), "abc"), ROW(padstring("ab", "cd", 0), ""),
+        ROW(padstring("\xC3\xA4", "c", 4), "\xC3\xA4  c"), ROW(padstring("ab", eD + "x", 3), "ab" + eD),
+        ROW(padstring("a\r", "\nb", 2), "a\r\n"), ROW(firstline("a\nbc\rd"), "a\nbc"), ROW(firstline("\rab"), ""),
+        ROW(firstline("ab\r\ncd"), "ab"), ROW(pathfolder("/a/b.txt"), "/a/"), ROW(pathfilename("/a/b.txt"), "b.txt"),
+        ROW(pathfolder("b.txt"), ""), ROW(pathfilename("/a/"), ""), ROW(pathfolder("/"), "/"),
+        ROW(pathfolder("/M\xC3\xBCller/D.txt"), "/M\xC3\xBCller/")});
+    // clang-format on
     check(Ints{ROW(static_cast<Int>(repeatstring("ab", 32767).size()), 65534)});
     std::vector<std::string> fields;
     for (std::string line = "1, 'Meier, Hans' ,x'2', 3"; !line.empty() && fields.size() < 9;) {
@@ -160,15 +144,20 @@ TEST_F(Library, RepeatPadFieldsAndPaths) {
 }
 
 TEST_F(Library, ScalarsLowerCaseAndBytes) {
-    check(Ints{ROW(ascfromstring(""), 0), ROW(ascfromstring(eD), 'e'), ROW(ascfromstring(family), 0x1F468),
-               ROW(loweredasc('A'), 'a'), ROW(loweredasc(0xC4), 0xE4), ROW(loweredasc(0x130), 'i'),
-               ROW(loweredasc(-1), 0), ROW(loweredasc(0xD800), 0), ROW(loweredasc(0x110000), 0),
-               ROW(integerfrombytes(bytesfromstring("  - 12x")), -12),
-               ROW(static_cast<Int>(hashtext(bytes("Meier")) == hashtext(bytes("Meier"))), 1),
-               ROW(static_cast<Int>(comparetext(bytes("abc"), bytes("abd"))), -1),
-               ROW(static_cast<Int>(comparetext(bytes("abc"), bytes("ab"))), 1),
-               ROW(static_cast<Int>(comparetext(Text{{200}}, Text{{100, 0}})), 1), // bytes are unsigned
-               ROW(static_cast<Int>(bytes("ab") < bytes("b")), 1)});
+    check(Ints{
+        ROW(ascfromstring(""), 0), ROW(ascfromstring(eD), 'e'), ROW(ascfromstring(family), 0x1F468),
+        ROW(loweredasc('A'), 'a'), ROW(loweredasc(0xC4), 0xE4), ROW(loweredasc(0x130), 'i'),
+        ROW(loweredasc(-1), 0), ROW(loweredasc(0xD800), 0), ROW(loweredasc(0x110000), 0),
+        ROW(integerfrombytes(bytesfromstring("  - 12x")), -12),
+        ROW(static_cast<Int>(hashtext(bytes("Meier")) == hashtext(bytes("Meier"))), 1),
+        ROW(static_cast<Int>(comparetext(bytes("abc"), bytes("abd"))), -1),
+        ROW(static_cast<Int>(comparetext(bytes("abc"), bytes("ab"))), 1),
+        ROW(static_cast<Int>(comparetext(Text{{200}}, Text{{100, 0}})), 1), // bytes are unsigned
+        ROW(static_cast<Int>(comparetext(Text{}, Text{})), 0),
+        ROW(static_cast<Int>(comparetext(bytes("ab"), bytes("abc"))), -1),
+        ROW(static_cast<Int>(bytes("ab") < bytes("b")) * 10 + (bytes("b") < bytes("ab")), 10),
+        ROW(static_cast<Int>(bytes("ab") == bytes("ab")) * 10 + (bytes("ab") == bytes("ab ")), 10),
+        ROW(static_cast<Int>(filledbytes(7, 0).Elements.size() + bytesfromstring("").Elements.size()), 0)});
     check(Texts{ROW(lowercasestring("HALLO \xC3\x84\xC3\x96\xC3\x9C"), "hallo \xC3\xA4\xC3\xB6\xC3\xBC"),
                 // Capital sigma is final sigma at the end of a word.
                 ROW(lowercasestring("\xCE\x9F\xCE\x94\xCE\x9F\xCE\xA3"), "\xCE\xBF\xCE\xB4\xCE\xBF\xCF\x82"),
@@ -183,6 +172,11 @@ TEST_F(Library, ScalarsLowerCaseAndBytes) {
                 ROW(stringfrombytes(Text{{27, '0', '1', '0', '0'}}), "\x1B"
                                                                      "0100"),
                 ROW(stringfrombytes(Text{{27, '0', '0', 'e', '9', 29}}), eP),
+                ROW(stringfrombytes(Text{}), ""), ROW(str(bytesfromstring("A" + eP)), "A\xC3\xA9"),
+                ROW(stringfrombytes(Text{{27, '0', '1', '0', '0', 30}}), "\x1B"
+                                                                         "0100\x1E"),
+                ROW(stringfrombytes(Text{{27, '2', '0', '3', 'A', 29, 27, '2', '0', '3', 'A', 29}}),
+                    "\xE2\x80\xBA\xE2\x80\xBA"),
                 ROW(stringfrombytes(Text{{27, 'D', '8', '0', '0', 29, 'x'}}), std::string(1, '\0') + "x")});
     // Bytes 128 to 255 stand for U+0080 to U+00FF.
     for (int b = 0; b < 256; ++b) EXPECT_EQ(ascfromstring(stringfrombytes(Text{{uint8_t(b)}})), b);

@@ -41,19 +41,6 @@ Int participanttable() {
     return table;
 }
 
-// A fresh table of a String and an Integer field with one record for each name.
-Int filledtable(const std::string& name, const Lines& names) {
-    const Int table = d_CreateTable(name);
-    d_CreateField(table, "Name", d_TypeString);
-    d_CreateField(table, "Wert", d_TypeInteger);
-    for (const std::string& v : names) {
-        const Int r = d_CreateRecord(table);
-        d_SetData(table, r, 0, v);
-        d_SetData(table, r, 1, std::to_string(r));
-    }
-    return table;
-}
-
 int64_t keyat(Int table, Int record, Int field) {
     return d_DataKey[static_cast<size_t>(d_GetDataIndex(table, record, field))];
 }
@@ -213,8 +200,11 @@ TEST(Store, DeletionsLogAndRenumber) {
     ASSERT_EQ(log.lines.size(), 2u);
     EXPECT_EQ(log.lines[0], "d_DeleteDatabase: Start (0 tables in database) (quick).");
     EXPECT_EQ(log.lines[1].rfind("d_DeleteDatabase: End (0 tables in database, ", 0), 0u);
-    filledtable("Eins", {"a"});
-    filledtable("Zwei", {"b", "c", "d"});
+    for (const Lines& names : {Lines{"Eins", "a"}, Lines{"Zwei", "b", "c", "d"}}) {
+        const Int table = d_CreateTable(names[0]);
+        d_CreateField(table, "Name", d_TypeString);
+        for (size_t n = 1; n < names.size(); ++n) d_SetData(table, d_CreateRecord(table), 0, names[n]);
+    }
     const Int next = d_DataNext;
     d_DeleteTable(0);
     ASSERT_EQ(d_TableCount, 1);
@@ -222,7 +212,7 @@ TEST(Store, DeletionsLogAndRenumber) {
     EXPECT_EQ(d_GetData(0, 2, 0), "c");
     // The deleted table's cells are blank but stay allocated; its name is free under the next number.
     EXPECT_EQ(d_DataNext, next);
-    EXPECT_EQ(d_DataText[2] + std::to_string(d_DataKey[3]), "0");
+    EXPECT_EQ(d_DataText[1] + std::to_string(d_DataKey[1]), "0");
     EXPECT_EQ(d_CreateTable("Eins"), 1);
     // One record goes, the others move down.
     d_DeleteRecord(0, 2);
@@ -463,6 +453,8 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
         {"T0          :A\rF0         S:X\rT1          :A\rF1         S:Y\r", false, false,
          {"d_CreateTable: Table [A] #0 created.", "d_CreateTable: Table [A] already exists.",
           "d_CreateDatabaseFromBinaryt: Could not create table."}, "T0          :A\rF0         S:X\rF1         S:Y\r"},
+        {"T0          :A\rF0         S:X\rF1         S:X\r", false, false, {"d_CreateTable: Table [A] #0 created.",
+          "d_CreateField: Field [X] already exists.", r + "Could not create layout-field."}, "T0          :A\rF0         S:X\r"},
         // clang-format on
     };
     const std::string structure = "T0          :Seelenorakel\rF0         S:Name\rF1         S:Attribute\r";
