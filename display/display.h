@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-using Int = int64_t;
+#include "library/library.h"
 
 struct t_RGBColor {
     uint8_t Alpha = 255;

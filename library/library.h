@@ -44,6 +44,11 @@ Int ascfromstring(std::string_view s);
 Int loweredasc(Int code);
 std::string lowercasestring(std::string_view s);
 std::string stringfromscalar(Int scalar);
+// True when no byte of s is above 127.
+bool plainascii(std::string_view s);
+// The scalar of the UTF-8 sequence at s[i] (i < size), moving i behind it; a malformed sequence gives -1
+// and moves i by one byte.
+Int nextscalar(std::string_view s, size_t& i);
 // True when s is well-formed UTF-8.
 bool wellformedutf8(std::string_view s);
 // The string with ill-formed UTF-8 replaced by U+FFFD the way ICU converts it; well-formed input comes back

@@ -58,9 +58,8 @@ std::string formatinteger(Int value, Int fill, Int width, bool group) {
 
 std::string formatreal(Int fill, Int width, Int decimals, bool group, double value) {
     const std::string t = stringfromreal(value);
-    // "inf", "nan" and their negative forms are words, not numbers.
-    const size_t lead = (!t.empty() && t[0] == '-') ? 1 : 0;
-    if (lead < t.size() && static_cast<uint8_t>(t[lead]) >= 64) return t;
+    // A word such as "inf" or "nan" comes back as it is; only the first character tells, so "-inf" doesn't.
+    if (!t.empty() && static_cast<uint8_t>(t[0]) >= 64) return t;
 
     std::string_view mantissa = t;
     Int exponent = 0;
@@ -155,7 +154,7 @@ double realfromstring(std::string_view s) {
         for (Int i = 0; i < power && value != 0 && std::isfinite(value); ++i) value *= 10;
         for (Int i = 0; i > power && value != 0 && std::isfinite(value); --i) value /= 10;
     }
-    if (negative && value != 0) value = -value;
+    if (negative) value = -value;
     return value;
 }
 

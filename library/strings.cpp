@@ -36,19 +36,6 @@ thread_local uint64_t boundSourceId = 0;
 thread_local std::unique_ptr<icu::BreakIterator> graphemes;
 thread_local bool graphemesTried = false;
 
-bool plainascii(std::string_view s) {
-    const char* p = s.data();
-    const char* end = p + s.size();
-    uint64_t any = 0;
-    for (; end - p >= 8; p += 8) {
-        uint64_t word;
-        std::memcpy(&word, p, 8);
-        any |= word;
-    }
-    for (; p < end; ++p) any |= static_cast<unsigned char>(*p);
-    return (any & 0x8080808080808080ull) == 0;
-}
-
 void prepare(Source& src, std::string_view in) {
     src.id = ++lastSourceId;
     src.ascii = plainascii(in);
@@ -166,12 +153,9 @@ bool ischar(const Source& src, size_t a, size_t b, char c) {
 // Blanks, tabs and the other space separators, when they stand alone as a character.
 bool isblankchar(const Source& src, size_t a, size_t b) {
     if (b == a + 1) return src.s[a] == ' ' || src.s[a] == '\t';
-    const auto* p = reinterpret_cast<const uint8_t*>(src.s.data() + a);
-    const auto n = static_cast<int32_t>(b - a);
-    int32_t i = 0;
-    UChar32 c;
-    U8_NEXT(p, i, n, c);
-    return i == n && c >= 0 && u_charType(c) == U_SPACE_SEPARATOR;
+    size_t i = a;
+    const Int c = nextscalar(src.s, i);
+    return i == b && c >= 0 && u_charType(static_cast<UChar32>(c)) == U_SPACE_SEPARATOR;
 }
 
 // Offset of the last character that is exactly c, or npos.

@@ -9,29 +9,33 @@
 
 namespace {
 
-bool plainascii(std::string_view s) {
-    unsigned char any = 0;
-    for (char c : s) any |= static_cast<unsigned char>(c);
-    return any < 0x80;
-}
-
 bool validscalar(Int c) {
     return c >= 0 && c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
 }
 
 } // namespace
 
+bool plainascii(std::string_view s) {
+    unsigned char any = 0;
+    for (char c : s) any |= static_cast<unsigned char>(c);
+    return any < 0x80;
+}
+
+Int nextscalar(std::string_view s, size_t& i) {
+    // A sequence is at most four bytes, so ICU's int32_t index never sees the length of s.
+    const auto* p = reinterpret_cast<const uint8_t*>(s.data() + i);
+    const auto n = static_cast<int32_t>(std::min<size_t>(s.size() - i, 4));
+    int32_t k = 0;
+    UChar32 c;
+    U8_NEXT(p, k, n, c);
+    i += c < 0 ? 1 : static_cast<size_t>(k);
+    return c < 0 ? -1 : c;
+}
+
 bool wellformedutf8(std::string_view s) {
     if (plainascii(s)) return true;
-    // ICU's macros index with int32_t; nothing this large is ever a line of text.
-    if (s.size() > static_cast<size_t>(INT32_MAX)) return false;
-    const auto* p = reinterpret_cast<const uint8_t*>(s.data());
-    const auto n = static_cast<int32_t>(s.size());
-    for (int32_t i = 0; i < n;) {
-        UChar32 c;
-        U8_NEXT(p, i, n, c);
-        if (c < 0) return false;
-    }
+    for (size_t i = 0; i < s.size();)
+        if (nextscalar(s, i) < 0) return false;
     return true;
 }
 
@@ -54,11 +58,8 @@ std::string stringfromscalar(Int scalar) {
 
 Int ascfromstring(std::string_view s) {
     if (s.empty()) return 0;
-    const auto* p = reinterpret_cast<const uint8_t*>(s.data());
-    const auto n = static_cast<int32_t>(std::min<size_t>(s.size(), 4));
-    int32_t i = 0;
-    UChar32 c;
-    U8_NEXT(p, i, n, c);
+    size_t i = 0;
+    const Int c = nextscalar(s, i);
     return c < 0 ? 0xFFFD : c;
 }
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-using Int = int64_t;
+#include "library/library.h"
 
 struct t_Event {
     Int Kind = 0; // 1 key, 2 mouse

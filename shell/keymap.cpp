@@ -121,18 +121,18 @@ constexpr std::array<int16_t, 256> scantable = [] {
     return t;
 }();
 
+// Key codes of F1 to F20.
+constexpr int16_t functionkeys[20] = {122, 120, 99,  118, 96,  97,  98, 100, 101, 109,
+                                      103, 111, 105, 107, 113, 106, 64, 79,  80,  90};
+
 // Function key numbers by key code (F1 is 1), 0 for other keys.
 int functionnumber(Int code) {
-    static constexpr int16_t keys[20] = {122, 120, 99,  118, 96,  97,  98, 100, 101, 109,
-                                         103, 111, 105, 107, 113, 106, 64, 79,  80,  90};
     for (int n = 0; n < 20; ++n)
-        if (keys[n] == code) return n + 1;
+        if (functionkeys[n] == code) return n + 1;
     return 0;
 }
 Int functionkeycode(int number) {
-    static constexpr int16_t keys[20] = {122, 120, 99,  118, 96,  97,  98, 100, 101, 109,
-                                         103, 111, 105, 107, 113, 106, 64, 79,  80,  90};
-    return number >= 1 && number <= 20 ? keys[number - 1] : unplaced;
+    return number >= 1 && number <= 20 ? functionkeys[number - 1] : unplaced;
 }
 
 bool ispad(Int code) {

@@ -3,9 +3,7 @@
 
 #include "shell/shell.h"
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include <algorithm>
 
 using storeinternal::decimal;
 
@@ -36,43 +34,10 @@ struct Reader {
         if (p + offset >= e) return {};
         return {reinterpret_cast<const char*>(bytes.data()) + p + offset, e - p - offset};
     }
-    // Texts from the file are UTF-8; a piece that isn't comes out empty. Only lines with a byte above
-    // 127 need the check: pure ASCII is always valid.
-    bool high = false;
+    // Texts from the file are UTF-8; a piece that isn't comes out empty.
     std::string_view text(size_t offset) const {
         std::string_view piece = raw(offset);
-        if (!high || piece.empty()) return piece;
-        return storeinternal::validutf8(piece) ? piece : std::string_view{};
-    }
-
-    // The end of the line that starts at p: its carriage return or the end of the bytes. The same scan
-    // notes whether the line holds a byte above 127.
-    size_t lineend(size_t from) {
-        const uint8_t* data = bytes.data();
-        const size_t size = bytes.size();
-        size_t i = from;
-        high = false;
-#if defined(__SSE2__)
-        const __m128i cr = _mm_set1_epi8(static_cast<char>(lineEnd));
-        while (size - i >= 16) {
-            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i));
-            const auto ends = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, cr)));
-            auto tops = static_cast<uint32_t>(_mm_movemask_epi8(v));
-            if (ends != 0) {
-                const int at = __builtin_ctz(ends);
-                tops &= (1u << at) - 1;
-                high = high || tops != 0;
-                return i + static_cast<size_t>(at);
-            }
-            high = high || tops != 0;
-            i += 16;
-        }
-#endif
-        for (; i < size; ++i) {
-            if (data[i] == lineEnd) return i;
-            if (data[i] >= 0x80) high = true;
-        }
-        return size;
+        return wellformedutf8(piece) ? piece : std::string_view{};
     }
 
     void failtable() {
@@ -180,12 +145,7 @@ struct Reader {
         p = 0;
         while (p < size) {
             const uint8_t c = data[p];
-            if (c == lineEnd) {
-                e = p;
-                high = false;
-            } else {
-                e = lineend(p);
-            }
+            e = static_cast<size_t>(std::find(data + p, data + size, lineEnd) - data);
             switch (c) {
             case lineEnd:
                 if (!append) illegal(c);

@@ -3,11 +3,6 @@
 
 #include "shell/shell.h"
 
-#include <charconv>
-#include <cstring>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 #include <cmath>
 #include <limits>
 
@@ -33,133 +28,23 @@ std::string cutname(std::string_view name) {
     return midstring(name, 1, d_NameLength);
 }
 
-// Latin-1 capitals lower-case by adding 32; everything else in 0..255 is its own lower case.
-inline uint32_t lowerlatin1(uint32_t c) {
-    if ((c >= 'A' && c <= 'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7)) return c + 32;
-    return c;
-}
-
-} // namespace
-
-namespace storeinternal {
-
-namespace {
-
-constexpr uint64_t highBits = 0x8080808080808080ULL;
-constexpr uint64_t ones = 0x0101010101010101ULL;
-
-// Up to the first eight bytes of a text, little-endian, zeros behind its end.
-inline uint64_t firstword(std::string_view s) {
-    uint64_t word = 0;
-    if (s.size() >= 8) {
-        std::memcpy(&word, s.data(), 8);
-        return word;
-    }
-    for (size_t k = 0; k < s.size(); ++k)
-        word |= static_cast<uint64_t>(static_cast<uint8_t>(s[k])) << (8 * k);
-    return word;
-}
-
-// Upper-case ASCII letters of a word of ASCII bytes to lower case: bytes from 'A' to 'Z' gain 0x20.
-inline uint64_t lowerascii(uint64_t word) {
-    const uint64_t atLeastA = word + (0x80 - 'A') * ones;
-    const uint64_t aboveZ = word + (0x80 - 'Z' - 1) * ones;
-    return word | ((atLeastA & ~aboveZ & highBits) >> 2);
-}
-
-} // namespace
-
-bool validutf8(std::string_view s) {
-    const char* data = s.data();
-    const size_t n = s.size();
-    size_t i = 0;
-    while (i < n) {
-        // ASCII goes 32 or 8 bytes at a time, and the first byte with its top bit set is jumped to.
-#if defined(__SSE2__)
-        if (n - i >= 32) {
-            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i));
-            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i + 16));
-            const auto high = static_cast<uint32_t>(_mm_movemask_epi8(a)) |
-                              (static_cast<uint32_t>(_mm_movemask_epi8(b)) << 16);
-            if (high == 0) {
-                i += 32;
-                continue;
-            }
-            i += static_cast<size_t>(__builtin_ctz(high));
-        } else
-#endif
-            if (n - i >= 8) {
-            uint64_t word;
-            std::memcpy(&word, data + i, 8);
-            const uint64_t high = word & highBits;
-            if (high == 0) {
-                i += 8;
-                continue;
-            }
-            i += static_cast<size_t>(__builtin_ctzll(high)) / 8;
-        } else if (static_cast<uint8_t>(data[i]) < 0x80) {
-            ++i;
-            continue;
-        }
-        // Two-byte characters, the umlauts among them, are the usual case.
-        const auto b0 = static_cast<uint8_t>(data[i]);
-        if (b0 >= 0xC2 && b0 < 0xE0 && i + 1 < n && (static_cast<uint8_t>(data[i + 1]) & 0xC0) == 0x80) {
-            i += 2;
-            continue;
-        }
-        const size_t before = i;
-        // U+FFFD itself is three bytes; a malformed byte advances by one.
-        if (nextscalar(s, i) == 0xFFFD && i - before == 1) return false;
-    }
-    return true;
-}
-
-// d_TextKey of the lower-cased text. Texts whose first eight scalars lie in Latin-1 are lower-cased
-// here, scalar by scalar; only the others pay for the full Unicode lower case of the library.
+// d_TextKey of the lower-cased text, top bit cleared: the key of a String cell and of a search.
 int64_t lowerkey(std::string_view text) {
-    const uint64_t word = firstword(text);
-    if ((word & highBits) == 0) return static_cast<int64_t>(lowerascii(word)) & topBitClear;
-    uint64_t key = 0;
-    size_t i = 0;
-    const size_t n = text.size();
-    for (int k = 0; k < 8 && i < n; ++k) {
-        uint32_t c;
-        const auto b = static_cast<uint8_t>(text[i]);
-        if (b < 0x80) {
-            c = b;
-            ++i;
-        } else if ((b == 0xC2 || b == 0xC3) && i + 1 < n &&
-                   (static_cast<uint8_t>(text[i + 1]) & 0xC0) == 0x80) {
-            // The rest of Latin-1, the umlauts among it.
-            c = ((b & 0x1Fu) << 6) | (static_cast<uint8_t>(text[i + 1]) & 0x3Fu);
-            i += 2;
-        } else {
-            c = nextscalar(text, i);
-            if (c > 0xFF) return d_TextKey(lowercasestring(text)) & topBitClear;
-        }
-        key |= static_cast<uint64_t>(lowerlatin1(c)) << (8 * k);
-    }
-    return static_cast<int64_t>(key) & topBitClear;
+    return d_TextKey(lowercasestring(text)) & topBitClear;
 }
 
-std::string decimal(Int value) {
-    char buffer[24];
-    auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return std::string(buffer, result.ptr);
-}
-
-} // namespace storeinternal
+} // namespace
 
 using storeinternal::decimal;
 
 Int d_TextKey(std::string_view text) {
-    // Eight ASCII bytes are their own eight scalars.
-    const uint64_t word = storeinternal::firstword(text);
-    if ((word & storeinternal::highBits) == 0) return static_cast<Int>(word);
     uint64_t key = 0;
     size_t i = 0;
-    for (int k = 0; k < 8 && i < text.size(); ++k)
-        key |= static_cast<uint64_t>(storeinternal::nextscalar(text, i) & 0xFF) << (8 * k);
+    for (int k = 0; k < 8 && i < text.size(); ++k) {
+        // A malformed byte counts as U+FFFD.
+        const Int c = nextscalar(text, i);
+        key |= static_cast<uint64_t>((c < 0 ? 0xFFFD : c) & 0xFF) << (8 * k);
+    }
     return static_cast<Int>(key);
 }
 
@@ -373,7 +258,7 @@ Int d_SearchUniqueRecord(Int table, Int field, std::string_view value, bool case
         debuglog("d_SearchUniqueRecord: Field #[" + decimal(field) + "] not found.");
         return -1;
     }
-    const int64_t key = storeinternal::lowerkey(value);
+    const int64_t key = lowerkey(value);
     // The lower-cased value is only needed behind an equal key, and made then.
     std::string compared;
     bool prepared = false;
@@ -467,7 +352,7 @@ void d_StoreCell(Int cell, Int type, std::string_view value) {
     }
     case d_TypeString:
         text = std::string(value);
-        key = storeinternal::lowerkey(value);
+        key = lowerkey(value);
         break;
     case d_TypeTime: {
         const Int n = integerfrombytes(value);
