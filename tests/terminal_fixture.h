@@ -3,7 +3,7 @@
 // the plotter is met.
 #pragma once
 
-#include "spine_standin.h"
+#include "window_recorder.h"
 
 #include "display/display.h"
 #include "terminal/terminal.h"
@@ -24,19 +24,19 @@ inline uint8_t greyof(Int symbol, Int row, Int column) {
     return static_cast<uint8_t>((symbol * 29 + row * 71 + column * 53) & 0xFF);
 }
 
-inline t_Font testfont(uint8_t start = 0, uint8_t end = 255) {
+[[gnu::noinline]] inline t_Font testfont(uint8_t start = 0, uint8_t end = 255, Int width = cellWidth,
+                                         Int height = cellHeight) {
     t_Font font;
     font.Format = 2;
     font.Start = start;
     font.End = end;
-    font.Width = cellWidth;
-    font.Height = cellHeight;
-    font.Data.resize(256 * cellWidth * cellHeight);
+    font.Width = width;
+    font.Height = height;
+    font.Data.resize(static_cast<size_t>(256 * width * height));
     font.Size = static_cast<Int>(font.Data.size());
     for (Int s = 0; s < 256; ++s)
-        for (Int r = 0; r < cellHeight; ++r)
-            for (Int c = 0; c < cellWidth; ++c)
-                font.Data[(s * cellHeight + r) * cellWidth + c] = greyof(s, r, c);
+        for (Int r = 0; r < height; ++r)
+            for (Int c = 0; c < width; ++c) font.Data[(s * height + r) * width + c] = greyof(s, r % 6, c);
     return font;
 }
 
@@ -54,8 +54,21 @@ inline uint8_t symbolat(uint8_t window, Int x, Int y) {
 }
 
 inline uint8_t attributeat(uint8_t window, Int x, Int y) {
-    const t_Window& w = record(window);
-    return t_VideoMemory[w.TextMemoryStart + half(window) + (x - 1) + w.TextWidth * (y - 1)];
+    return t_VideoMemory[record(window).TextMemoryStart + half(window) + (x - 1) +
+                         record(window).TextWidth * (y - 1)];
+}
+
+// The symbols of a line from column from to column to (0: the last).
+inline std::string line(uint8_t window, Int y, Int from = 1, Int to = 0) {
+    std::string out;
+    for (Int x = from; x <= (to ? to : record(window).TextWidth); ++x)
+        out.push_back(static_cast<char>(symbolat(window, x, y)));
+    return out;
+}
+
+inline void expectcursor(uint8_t window, Int x, Int y) {
+    EXPECT_EQ(record(window).TextHpos, x);
+    EXPECT_EQ(record(window).TextVpos, y);
 }
 
 // The pixel rows of the graphic block; the spare bytes that rounding leaves above them hold whatever a
@@ -100,7 +113,10 @@ class TerminalTest : public ::testing::Test {
         savedAutoUpdate = t_AutoUpdateRunning.load();
         t_AutoUpdateRunning = true;
     }
-    void TearDown() override { t_AutoUpdateRunning = savedAutoUpdate; }
+    void TearDown() override {
+        windowtest::blankmemory();
+        t_AutoUpdateRunning = savedAutoUpdate;
+    }
     bool savedAutoUpdate = false;
     // A live window of columns by rows cells of the test font (or the one given), no border.
     static void makewindow(uint8_t window, Int depth, Int columns, Int rows,
@@ -109,6 +125,7 @@ class TerminalTest : public ::testing::Test {
             t_InitWindow(window, depth, false, columns * font.Width, rows * font.Height, 0, 0, font, true);
         });
         ASSERT_TRUE(record(window).Initialized.load());
+        record(window).TextInverse = false; // a new window keeps this from the last
         ASSERT_EQ(record(window).TextWidth, columns);
         ASSERT_EQ(record(window).TextHeight, rows);
     }
