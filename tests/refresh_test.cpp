@@ -4,15 +4,14 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 namespace {
 
 using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
 
 std::atomic<int64_t> fakeNow{500000};
 
-// Requests the views got, and whether any came off the main thread.
+// The views' requests counted by window, all expected on the main thread.
 struct Requests {
     std::atomic<int> marked[8] = {}, drawn[8] = {}, offMain{0};
 };
@@ -35,7 +34,7 @@ class Refresh : public ::testing::Test {
         for (auto& w : t_WindowTable) saved.push_back(w.Initialized.exchange(false));
     }
     void TearDown() override {
-        stop();
+        if (process.joinable()) t_AutoUpdateRunning = false, process.join();
         setrefreshclock(nullptr);
         for (int n = 0; n < 8; ++n)
             t_WindowTable[n].Initialized = saved[n], t_WindowTable[n].VerticalBlank = true;
@@ -44,21 +43,9 @@ class Refresh : public ::testing::Test {
     // A window as t_InitWindow leaves it.
     static t_Window& live(uint8_t n, bool autoUpdate) {
         t_Window& w = t_WindowTable[n];
-        w.AutoUpdate = autoUpdate;
-        w.VerticalBlank = true;
-        w.RefreshRate = 30;
-        w.UpdateStarted = 0;
+        w.AutoUpdate = autoUpdate, w.VerticalBlank = true, w.RefreshRate = 30, w.UpdateStarted = 0;
         w.Initialized = true;
         return w;
-    }
-    void start() {
-        process = std::thread(t_WindowAutoUpdateProcess);
-        ASSERT_TRUE(standin::waitfor([] { return t_AutoUpdateRunning.load(); }));
-    }
-    void stop() {
-        if (!process.joinable()) return;
-        t_AutoUpdateRunning = false;
-        process.join();
     }
     bool marks(uint8_t n, int count) {
         return standin::waitfor([&] { return requests->marked[n] == count; });
@@ -80,59 +67,53 @@ TEST_F(Refresh, ThirtyTwoMillisecondsSkipThirtyThreeTake) {
     screen->view[4] = false;
     live(4, true);
     standin::LogCapture log;
-    start();
+    process = std::thread(t_WindowAutoUpdateProcess);
     ASSERT_TRUE(marks(2, 1)); // UpdateStarted 0: the first sweep asks at once
     EXPECT_EQ(w.UpdateStarted.load(), 500000);
     for (int64_t now : {500000, 500032}) {
         fakeNow = now;
         std::this_thread::sleep_for(30ms); // some sweeps at 1 ms each
-        EXPECT_EQ(requests->marked[2], 1) << now;
+        EXPECT_EQ(requests->marked[2] * 10 + requests->marked[0] + requests->marked[1] + requests->marked[3],
+                  10);
     }
-    EXPECT_EQ(requests->marked[0] + requests->marked[1] + requests->marked[3], 0);
     t_WindowTable[0].VerticalBlank = true; // window 0's frame is done: asked on the next sweep
     ASSERT_TRUE(marks(0, 1));
     for (int i = 2; i <= 4; ++i) {
         fakeNow += 33;
         ASSERT_TRUE(marks(2, i));
     }
-    EXPECT_EQ(w.UpdateStarted.load(), fakeNow.load());
-    EXPECT_EQ(requests->marked[1], 0);
-    stop();
+    EXPECT_EQ(w.UpdateStarted.load() * 10 + requests->marked[1], fakeNow.load() * 10);
+    t_AutoUpdateRunning = false;
+    process.join();
     // A missing view is told at each turn, and nothing stamped.
-    const auto lines = log.lines();
+    const Lines lines = log.lines();
     ASSERT_GE(lines.size(), 4u);
-    EXPECT_EQ(lines.front(), "t_WindowAutoUpdateProcess: Start.");
-    EXPECT_EQ(lines[1], "t_WindowAutoUpdateProcess: Window #4 view is nil, resource undefined.");
-    EXPECT_EQ(lines[2], lines[1]);
+    EXPECT_EQ(Lines(lines.begin(), lines.begin() + 3),
+              (Lines{"t_WindowAutoUpdateProcess: Start.",
+                     "t_WindowAutoUpdateProcess: Window #4 view is nil, resource undefined.",
+                     "t_WindowAutoUpdateProcess: Window #4 view is nil, resource undefined."}));
     EXPECT_EQ(lines.back(), "t_WindowAutoUpdateProcess: End.");
-    EXPECT_EQ(t_WindowTable[4].UpdateStarted.load(), 0);
-    screen->view[4] = true;
-    EXPECT_EQ(requests->offMain, 0);
-}
-
-TEST_F(Refresh, TheProcessEndsWhenTheMemoryIsNotReady) {
+    EXPECT_EQ(t_WindowTable[4].UpdateStarted.load() + requests->offMain, 0);
+    // Without the memory the process ends at once.
     t_MemoryInitialized = false;
-    standin::LogCapture log;
+    standin::LogCapture second;
     t_WindowAutoUpdateProcess();
-    EXPECT_FALSE(t_AutoUpdateRunning.load());
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{"t_WindowAutoUpdateProcess: Start.",
-                                                     "t_WindowAutoUpdateProcess: End."}));
+    EXPECT_EQ(second.lines(),
+              (Lines{"t_WindowAutoUpdateProcess: Start.", "t_WindowAutoUpdateProcess: End."}));
 }
 
 TEST_F(Refresh, WindowUpdateDrawsBeforeItReturnsOrOnlyMarks) {
     live(1, false);
     t_WindowUpdate(1, false);
-    EXPECT_EQ(requests->drawn[1], 1);
     t_WindowUpdate(1, true);
-    EXPECT_EQ(requests->marked[1], 1);
     t_WindowTable[6].UpdateStarted = 42; // neither the record's flags nor the stamp matter to it
     t_WindowUpdate(6, false);
-    EXPECT_EQ(requests->drawn[6], 1);
-    EXPECT_EQ(t_WindowTable[6].UpdateStarted.load(), 42);
     ASSERT_TRUE(
         standin::onmain([] { t_WindowUpdate(1, false); }, 2s)); // on the main thread it draws in place
-    EXPECT_EQ(requests->drawn[1], 2);
-    EXPECT_EQ(requests->offMain, 0);
+    EXPECT_EQ(
+        std::vector<int>({requests->drawn[1], requests->marked[1], requests->drawn[6], requests->offMain}),
+        std::vector<int>({2, 1, 1, 0}));
+    EXPECT_EQ(t_WindowTable[6].UpdateStarted.load(), 42);
     standin::LogCapture log;
     screen->view[3] = false;
     t_WindowUpdate(9, false);
@@ -140,9 +121,8 @@ TEST_F(Refresh, WindowUpdateDrawsBeforeItReturnsOrOnlyMarks) {
     screen->view[3] = true;
     t_MemoryInitialized = false;
     t_WindowUpdate(2, false);
-    EXPECT_EQ(log.lines(),
-              (std::vector<std::string>{"t_WindowUpdate: Window is not a graphic window.",
-                                        "t_WindowUpdate: Window #3 view is nil, resource undefined."}));
+    EXPECT_EQ(log.lines(), (Lines{"t_WindowUpdate: Window is not a graphic window.",
+                                  "t_WindowUpdate: Window #3 view is nil, resource undefined."}));
     EXPECT_EQ(requests->drawn[2] + requests->drawn[3], 0);
 }
 
