@@ -156,6 +156,7 @@ TEST_F(Terminal, AreaCursorStepsAndCursorLevel) {
     // The cursor level nests and inverts the cell only between 0 and 1; a surplus off needs as many ons.
     t_PrintSymbol(4, 'x', 0xC1, 4, 1);
     t_FullArea(4);
+    t_CursorHome(4);
     t_Htab(4, 4);
     const std::vector<uint8_t> plain = graphicblock(4);
     std::string colours;
