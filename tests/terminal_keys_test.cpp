@@ -39,7 +39,7 @@ class Keys : public TerminalTest {
 };
 
 TEST_F(Keys, WaitingShowsTheCursorAndSkipsEventsWithoutACharacter) {
-    for (Int value : {-1, 0xD800, -7, 0xE4}) { // negatives are skipped, non-scalars read as zero
+    for (Int value : {-1, 0xD800, 0x110000, -7, 0xE4}) { // negatives are skipped, non-scalars read as zero
         t_Event e;
         e.Kind = 1;
         e.Value = value;
@@ -47,6 +47,7 @@ TEST_F(Keys, WaitingShowsTheCursorAndSkipsEventsWithoutACharacter) {
         t_KeyQueue.push_back(e);
         t_KeyEventPending = true;
     }
+    EXPECT_EQ(t_WaitKey(win), std::string(1, '\0'));
     EXPECT_EQ(t_WaitKey(win), std::string(1, '\0'));
     EXPECT_EQ(t_WaitKey(win), "ä");
     t_CursorLeft(win); // on the "b"

@@ -127,6 +127,14 @@ TEST_F(Terminal, GlyphRefusalsAreLoggedAndChangeNoPixel) {
         EXPECT_EQ(graphicblock(4), before) << row.line;
     }
     EXPECT_EQ(line(4, 1, 1, 3), "zz "); // the cell is recorded all the same
+    standin::LogCapture log;
+    t_PrintSymbol(5, 'x', 0xF0, 1, 1);
+    t_PrintSymbol(9, 'x', 0xF0, 1, 1);
+    record(4).Font.Data.clear();
+    t_PrintSymbol(4, 'x', 0xF0, 1, 1);
+    EXPECT_EQ(log.lines(), (Lines{"t_PrintSymbol: Window #5 not initialized.",
+                                  "t_PrintSymbol: Window is not a graphic window.",
+                                  "t_PrintSymbol: Window #4 not initialized."}));
 }
 
 TEST_F(Terminal, AreaCursorStepsAndCursorLevel) {
@@ -186,6 +194,7 @@ TEST_F(Terminal, WrapPositionsTabsAndSpaces) {
     EXPECT_EQ(record(4).TextHpos * 10 + t_Hpos(4), 62);
     for (Int column : {36, 37, 0}) t_Htab(4, column); // 36 is column 40: beyond the area, still in the grid
     for (Int l : {1, 0, 9}) t_Vtab(4, l);
+    EXPECT_EQ(t_Vpos(4), 1);
     t_Print(4, "X");
     EXPECT_EQ(symbolat(4, 40, 1), 'X');
     expectcursor(4, 5, 2);
@@ -204,6 +213,17 @@ TEST_F(Terminal, WrapPositionsTabsAndSpaces) {
 
 TEST_F(Terminal, DisplayModesAndEscapeCommands) {
     makewindow(4, 24, 40, 8);
+    const struct {
+        Int mode;
+        uint8_t code, symbol;
+    } rows[] = {{1, 65, 193},  {1, 200, 200}, {1, 31, 31},  {2, 65, 1},   {2, 97, 129},
+                {2, 200, 200}, {7, 65, 65},   {-1, 66, 66}, {0, 127, 127}};
+    for (const auto& row : rows) {
+        t_DisplayMode(4, row.mode);
+        t_PrintChar(4, row.code);
+        EXPECT_EQ(symbolat(4, record(4).TextHpos - 1, 1), row.symbol) << row.mode << ", " << int(row.code);
+    }
+    t_CursorHome(4);
     // Modes 3 and 4 show control codes, and characters beyond the font, for one character in their colours.
     t_DisplayMode(4, 3);
     printbytes(4, "\x01\x0D"
@@ -369,6 +389,10 @@ TEST_F(Terminal, ScrollLockOneLineAreasAndClearing) {
     for (Int y = 4; y <= 7; ++y) expected[y - 1].replace(1, 8, 8, ' ');
     EXPECT_EQ(lines(4), expected);
     EXPECT_EQ(attributeat(4, 5, 3) * 256 + attributeat(4, 2, 7), 0xE1E1);
+    t_Vtab(4, 7); // on the area's last line only the rest of that line goes
+    t_ClearEndOfWindow(4);
+    expected[6].replace(4, 5, 5, ' ');
+    EXPECT_EQ(lines(4), expected);
 }
 
 TEST_F(Terminal, ScreenReadBackRulesAndInvertedRectangles) {
@@ -382,6 +406,8 @@ TEST_F(Terminal, ScreenReadBackRulesAndInvertedRectangles) {
     const std::string all = t_GetScreen(4, ""); // every cell, Latin-1 symbols as their characters
     EXPECT_EQ(all.size(), 82u);
     EXPECT_EQ(all.substr(0, 12), "Grüße     ");
+    EXPECT_EQ(t_GetScreen(4, " "),
+              "Grüße" + std::string(30, ' ') + "Welt"); // no line end: trailing blanks go
     t_Print(4, "\x0c"
                "ab");
     t_PrintChar(4, 13); // a cell holding 13 splits its line
@@ -462,7 +488,7 @@ TEST_F(Terminal, TextDrawsWhatCellByCellPrintingDraws) {
     t_RedirectOutput(4, 2);
     t_Print(4, "Grüße\n");
     t_RedirectOutput(4, 7);
-    t_Print(4, "weg");
+    t_Print(4, "weg\n");
     t_RedirectOutput(4, 1);
     EXPECT_EQ(log.lines(), Lines{"Grüße"});
     EXPECT_EQ(record(4).TextHpos, hpos + 8);

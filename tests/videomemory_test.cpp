@@ -192,6 +192,10 @@ TEST_F(VideoMemory, ClearingAt32BitsWritesFFAndBlackAndSparesTheTop) {
     EXPECT_TRUE(allbytes(w.TextMemoryStart + cells, w.TextMemoryStart + half - 1, 0x77));
     EXPECT_TRUE(allbytes(w.TextMemoryStart + half, w.TextMemoryStart + half + cells - 1, 0x5A));
     EXPECT_TRUE(allbytes(w.TextMemoryStart + half + cells, w.TextMemoryEnd, 0x77));
+    const std::vector<uint8_t> before = t_VideoMemory; // numbers beyond the table and blank records stay
+    t_ClearWindowMemory(9);
+    t_ClearWindowMemory(5);
+    EXPECT_TRUE(before == t_VideoMemory);
 }
 
 TEST_F(VideoMemory, ASecondCallerWaitsUntilTheMemoryIsReady) {

@@ -38,30 +38,30 @@ struct Recorder {
     int systemBeeps = 0;
     std::vector<std::shared_ptr<const AiffSound>> played;
 
-    void note(const std::string& call) {
+    template <typename Body> auto locked(Body body) {
         std::lock_guard<std::mutex> lock(mutex);
-        calls.push_back(call);
-        if (std::this_thread::get_id() != standin::mainthread().id) allOnMain = false;
+        return body();
+    }
+    void note(const std::string& call) {
+        locked([&] {
+            calls.push_back(call);
+            allOnMain = allOnMain && std::this_thread::get_id() == standin::mainthread().id;
+        });
     }
     std::vector<std::string> taken() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return std::exchange(calls, {});
+        return locked([&] { return std::exchange(calls, {}); });
+    }
+    int beeps() {
+        return locked([&] { return systemBeeps; });
+    }
+    size_t plays() {
+        return locked([&] { return played.size(); });
     }
     // The calls that begin with the word.
     std::vector<std::string> of(const std::string& word) {
-        std::lock_guard<std::mutex> lock(mutex);
-        std::vector<std::string> out;
-        for (const std::string& c : calls)
-            if (c.rfind(word + " ", 0) == 0) out.push_back(c);
+        std::vector<std::string> out = locked([&] { return calls; });
+        std::erase_if(out, [&](const std::string& c) { return c.rfind(word + " ", 0) != 0; });
         return out;
-    }
-    int beeps() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return systemBeeps;
-    }
-    size_t plays() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return played.size();
     }
 };
 
@@ -108,13 +108,9 @@ inline std::shared_ptr<Recorder> installrecorder() {
     port.ScreenFrame = [r](uint8_t) { return r->screenFrame; };
     port.TextViewNeedsDisplay = [=](uint8_t w) { r->note("needsdisplay " + std::to_string(w)); };
     port.SetTextViewString = [=](uint8_t w, const std::string& t) { r->note("text " + n(w) + t); };
-    port.Beep = [r] {
-        std::lock_guard<std::mutex> lock(r->mutex);
-        ++r->systemBeeps;
-    };
+    port.Beep = [r] { r->locked([&] { ++r->systemBeeps; }); };
     port.PlaySound = [r](std::shared_ptr<const AiffSound> sound) {
-        std::lock_guard<std::mutex> lock(r->mutex);
-        r->played.push_back(std::move(sound));
+        r->locked([&] { r->played.push_back(sound); });
     };
     setplatformport(port);
     return r;
