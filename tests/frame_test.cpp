@@ -89,10 +89,12 @@ TEST_F(Frame, NoFrameWithoutAWordExceptForAWindowNeverMadeOrBroken) {
     w.BitDepth = 24;
     w.MemoryStart += 1; // the block is now one byte short
     EXPECT_FALSE(t_WindowImage(number, frame));
+    w.MemoryStart = -1;
+    EXPECT_FALSE(t_WindowImage(number, frame));
     w.Initialized = w.Visible = false; // never made, or being made anew
     EXPECT_FALSE(t_WindowImage(number, frame) || t_WindowImage(9, frame));
     const std::string broken = "t_WindowImage: Data could not be collected, image could not be created.";
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{"t_WindowImage: Illegal bit depth.", broken,
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"t_WindowImage: Illegal bit depth.", broken, broken,
                                                      "t_WindowImage: Graphic window #5 not initialized.",
                                                      "t_WindowImage: Graphic window #9 not initialized."}));
     EXPECT_EQ(frame.Pixels, shown);

@@ -62,6 +62,7 @@ TEST_F(Geometry, ColoursMeasuresAndThePlatformCalls) {
     t_WindowSize(2, -1, -1, -1, -1); // puts the frame back to the record
     t_WindowSize(2, 5, 6, 320, 200); // sizes the view, not the memory
     t_WindowSize(9, 10, 20, 700, 500);
+    t_WindowSize(12, 1, 2, 300, 200);
     t_WindowFront(2);
     t_WindowVisible(2, false);
     t_WindowVisible(12, false);
@@ -70,17 +71,20 @@ TEST_F(Geometry, ColoursMeasuresAndThePlatformCalls) {
     t_WindowSize(9, 10, 20, -1, 600); // shown, it comes to the front first; a measure not asked for stays
     t_WindowVisible(8, true);         // the pasteboard window shows the pasteboard's text
     t_WindowCenter(8);
+    t_WindowVisible(8, false);
     t_WindowTitleVisible(2, false);
     t_WindowTitleVisible(2, true);
     t_WindowTitleVisible(11, true);
     std::string calls;
     for (const std::string& call : recorder->taken()) calls += call + "|";
-    EXPECT_EQ(calls,
-              "background 2 84 84 84|background 2 0 128 255|frame 2 100,250 672x446|view 2 16,12 640x400|"
-              "frame 2 5,6 352x246|view 2 16,12 320x200|frame 9 10,20 700x522|scroll 9 20,20 660x423|"
-              "front 2|key 2|out 2|out 12|front 11|front 9|needsdisplay 9|front 9|frame 9 10,20 700x622|"
-              "scroll 9 20,20 660x523|text 8 Bericht\rZeile 2|front 8|needsdisplay 8|center 8|style 2 0|"
-              "style 2 7|style 11 7|");
+    EXPECT_EQ(
+        calls,
+        "background 2 84 84 84|background 2 0 128 255|frame 2 100,250 672x446|view 2 16,12 640x400|"
+        "frame 2 5,6 352x246|view 2 16,12 320x200|frame 9 10,20 700x522|scroll 9 20,20 660x423|frame 12 1,2 "
+        "300x222|"
+        "front 2|key 2|out 2|out 12|front 11|front 9|needsdisplay 9|front 9|frame 9 10,20 700x622|"
+        "scroll 9 20,20 660x523|text 8 Bericht\rZeile 2|front 8|needsdisplay 8|center 8|out 8|style 2 0|"
+        "style 2 7|style 11 7|");
     EXPECT_TRUE(recorder->allOnMain);
     EXPECT_EQ(std::vector<Int>({w.TitleHeight, t_WindowPos(2, 12), w.Visible, w.Width}),
               std::vector<Int>({22, 446, 0, 640}));

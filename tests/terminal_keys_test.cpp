@@ -39,7 +39,8 @@ class Keys : public TerminalTest {
 };
 
 TEST_F(Keys, WaitingShowsTheCursorAndSkipsEventsWithoutACharacter) {
-    for (Int value : {-1, 0xD800, 0x110000, -7, 0xE4}) { // negatives are skipped, non-scalars read as zero
+    for (Int value :
+         {-1, 0xD800, 0x110000, -7, 0x1F600, 0xE4}) { // negatives are skipped, non-scalars read as zero
         t_Event e;
         e.Kind = 1;
         e.Value = value;
@@ -49,6 +50,7 @@ TEST_F(Keys, WaitingShowsTheCursorAndSkipsEventsWithoutACharacter) {
     }
     EXPECT_EQ(t_WaitKey(win), std::string(1, '\0'));
     EXPECT_EQ(t_WaitKey(win), std::string(1, '\0'));
+    EXPECT_EQ(t_WaitKey(win), "\xF0\x9F\x98\x80");
     EXPECT_EQ(t_WaitKey(win), "ä");
     t_CursorLeft(win); // on the "b"
     const std::vector<uint8_t> before = graphicblock(win);

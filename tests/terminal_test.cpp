@@ -363,6 +363,13 @@ TEST_F(Terminal, ScrollLockOneLineAreasAndClearing) {
     Lines expected = lines(4);
     record(4).ScrollLock = true;
     t_ScrollUp(4);
+    t_ScrollDown(4);
+    record(7).ScrollLock = true; // not even the guard speaks while the lock is on
+    standin::LogCapture log;
+    t_ScrollUp(7);
+    record(7).ScrollLock = false;
+    t_ScrollUp(7);
+    EXPECT_EQ(log.lines(), Lines{"t_ScrollUp: Window #7 not initialized."});
     t_Vtab(4, 8); // text that reaches the end of the area goes on overwriting the last line
     t_Print(4, "ABCDEFGHIJKLMNO");
     expectcursor(4, 6, 8);
