@@ -4,23 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <thread>
-
 namespace {
 
 using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
 
 std::atomic<int64_t> fakeNow{500000};
-int64_t fakeclock() {
-    return fakeNow.load();
-}
 
-// Requests the views got, and on which thread.
+// The views' requests counted by window, all expected on the main thread.
 struct Requests {
-    std::atomic<int> marked[8] = {};
-    std::atomic<int> drawn[8] = {};
-    std::atomic<int> offMain{0};
+    std::atomic<int> marked[8] = {}, drawn[8] = {}, offMain{0};
 };
 
 class Refresh : public ::testing::Test {
@@ -29,52 +22,33 @@ class Refresh : public ::testing::Test {
         screen = standin::install();
         t_PlatformPort port = platformport();
         auto r = requests;
-        port.ViewNeedsDisplay = [r](uint8_t n) {
-            if (!ismainthread()) ++r->offMain;
-            if (n < 8) ++r->marked[n];
-        };
+        port.ViewNeedsDisplay = [r](uint8_t n) { r->offMain += !ismainthread(), ++r->marked[n % 8]; };
         port.ViewDisplay = [r](uint8_t n) {
-            if (!ismainthread()) ++r->offMain;
-            // Long enough that a caller not waiting for the drawing would be seen returning early.
-            std::this_thread::sleep_for(20ms);
-            if (n < 8) ++r->drawn[n];
+            std::this_thread::sleep_for(20ms); // a caller not waiting for the drawing would return early
+            r->offMain += !ismainthread(), ++r->drawn[n % 8];
         };
         setplatformport(port);
-        // A process left by another test would request too.
-        if (t_AutoUpdateRunning.exchange(false)) std::this_thread::sleep_for(50ms);
-        savedMemory = t_MemoryInitialized.load();
-        t_MemoryInitialized = true;
-        setrefreshclock(fakeclock);
-        for (auto& w : t_WindowTable) saved.push_back(w.Initialized.load());
-        for (auto& w : t_WindowTable) w.Initialized = false;
+        if (t_AutoUpdateRunning.exchange(false)) std::this_thread::sleep_for(50ms); // another test's process
+        savedMemory = t_MemoryInitialized.exchange(true);
+        setrefreshclock([] { return fakeNow.load(); });
+        for (auto& w : t_WindowTable) saved.push_back(w.Initialized.exchange(false));
     }
     void TearDown() override {
-        stop();
+        if (process.joinable()) t_AutoUpdateRunning = false, process.join();
         setrefreshclock(nullptr);
-        for (int n = 0; n < 8; ++n) {
-            t_WindowTable[n].Initialized = saved[n];
-            t_WindowTable[n].VerticalBlank = true;
-        }
+        for (int n = 0; n < 8; ++n)
+            t_WindowTable[n].Initialized = saved[n], t_WindowTable[n].VerticalBlank = true;
         t_MemoryInitialized = savedMemory;
     }
     // A window as t_InitWindow leaves it.
-    t_Window& live(uint8_t n, bool autoUpdate) {
+    static t_Window& live(uint8_t n, bool autoUpdate) {
         t_Window& w = t_WindowTable[n];
-        w.AutoUpdate = autoUpdate;
-        w.VerticalBlank = true;
-        w.RefreshRate = 30;
-        w.UpdateStarted = 0;
+        w.AutoUpdate = autoUpdate, w.VerticalBlank = true, w.RefreshRate = 30, w.UpdateStarted = 0;
         w.Initialized = true;
         return w;
     }
-    void start() {
-        process = std::thread(t_WindowAutoUpdateProcess);
-        ASSERT_TRUE(standin::waitfor([] { return t_AutoUpdateRunning.load(); }));
-    }
-    void stop() {
-        if (!process.joinable()) return;
-        t_AutoUpdateRunning = false;
-        process.join();
+    bool marks(uint8_t n, int count) {
+        return standin::waitfor([&] { return requests->marked[n] == count; });
     }
     std::shared_ptr<standin::Screen> screen;
     std::shared_ptr<Requests> requests = std::make_shared<Requests>();
@@ -83,97 +57,63 @@ class Refresh : public ::testing::Test {
     std::vector<bool> saved;
 };
 
+// Every 33 ms of the clock each live auto-update window outside its composing is asked to draw.
 TEST_F(Refresh, ThirtyTwoMillisecondsSkipThirtyThreeTake) {
     fakeNow = 500000;
     t_Window& w = live(2, true);
-    start();
-    // UpdateStarted 0: the first sweep asks at once.
-    ASSERT_TRUE(standin::waitfor([&] { return requests->marked[2] == 1; }));
-    EXPECT_EQ(w.UpdateStarted.load(), 500000);
-    // Some sweeps at 1 ms each: nothing more while the clock stands.
-    std::this_thread::sleep_for(30ms);
-    EXPECT_EQ(requests->marked[2], 1);
-    fakeNow = 500032;
-    std::this_thread::sleep_for(30ms);
-    EXPECT_EQ(requests->marked[2], 1);
-    fakeNow = 500033;
-    ASSERT_TRUE(standin::waitfor([&] { return requests->marked[2] == 2; }));
-    EXPECT_EQ(w.UpdateStarted.load(), 500033);
-    std::this_thread::sleep_for(30ms);
-    EXPECT_EQ(requests->marked[2], 2);
-    EXPECT_EQ(requests->offMain, 0);
-}
-
-TEST_F(Refresh, OnlyLiveAutoUpdateWindowsOutsideTheirComposingAreAsked) {
-    fakeNow = 600000;
     live(0, true).VerticalBlank = false; // window 0's view is composing
     live(1, false);                      // the application's graphics window
-    live(2, true);
-    t_WindowTable[3].AutoUpdate = true; // not made
-    start();
-    ASSERT_TRUE(standin::waitfor([&] { return requests->marked[2] == 1; }));
-    std::this_thread::sleep_for(30ms);
-    EXPECT_EQ(requests->marked[0], 0);
-    EXPECT_EQ(requests->marked[1], 0);
-    EXPECT_EQ(requests->marked[3], 0);
-    // Window 0's frame is done: it is asked on the next sweep. Window 1 never is, however long.
-    t_WindowTable[0].VerticalBlank = true;
-    ASSERT_TRUE(standin::waitfor([&] { return requests->marked[0] == 1; }));
-    for (int i = 0; i < 5; ++i) {
-        fakeNow += 33;
-        ASSERT_TRUE(standin::waitfor([&, i] { return requests->marked[2] == i + 2; }));
-    }
-    EXPECT_EQ(requests->marked[1], 0);
-    EXPECT_EQ(requests->marked[0], 6);
-}
-
-TEST_F(Refresh, AMissingViewIsToldAtEachTurn) {
-    fakeNow = 700000;
+    t_WindowTable[3].AutoUpdate = true;  // not made
     screen->view[4] = false;
     live(4, true);
     standin::LogCapture log;
-    start();
-    ASSERT_TRUE(standin::waitfor([&] { return log.lines().size() >= 3; }));
-    stop();
-    auto lines = log.lines();
-    EXPECT_EQ(lines.front(), "t_WindowAutoUpdateProcess: Start.");
-    EXPECT_EQ(lines[1], "t_WindowAutoUpdateProcess: Window #4 view is nil, resource undefined.");
-    EXPECT_EQ(lines[2], lines[1]);
+    process = std::thread(t_WindowAutoUpdateProcess);
+    ASSERT_TRUE(marks(2, 1)); // UpdateStarted 0: the first sweep asks at once
+    EXPECT_EQ(w.UpdateStarted.load(), 500000);
+    for (int64_t now : {500000, 500032}) {
+        fakeNow = now;
+        std::this_thread::sleep_for(30ms); // some sweeps at 1 ms each
+        EXPECT_EQ(requests->marked[2] * 10 + requests->marked[0] + requests->marked[1] + requests->marked[3],
+                  10);
+    }
+    t_WindowTable[0].VerticalBlank = true; // window 0's frame is done: asked on the next sweep
+    ASSERT_TRUE(marks(0, 1));
+    for (int i = 2; i <= 4; ++i) {
+        fakeNow += 33;
+        ASSERT_TRUE(marks(2, i));
+    }
+    EXPECT_EQ(w.UpdateStarted.load() * 10 + requests->marked[1], fakeNow.load() * 10);
+    t_AutoUpdateRunning = false;
+    process.join();
+    // A missing view is told at each turn, and nothing stamped.
+    const Lines lines = log.lines();
+    ASSERT_GE(lines.size(), 4u);
+    EXPECT_EQ(Lines(lines.begin(), lines.begin() + 3),
+              (Lines{"t_WindowAutoUpdateProcess: Start.",
+                     "t_WindowAutoUpdateProcess: Window #4 view is nil, resource undefined.",
+                     "t_WindowAutoUpdateProcess: Window #4 view is nil, resource undefined."}));
     EXPECT_EQ(lines.back(), "t_WindowAutoUpdateProcess: End.");
-    // The window stays in the sweep, but nothing was stamped.
-    EXPECT_EQ(t_WindowTable[4].UpdateStarted.load(), 0);
-    screen->view[4] = true;
-}
-
-TEST_F(Refresh, TheProcessEndsWhenTheMemoryIsNotReady) {
+    EXPECT_EQ(t_WindowTable[4].UpdateStarted.load() + requests->offMain, 0);
+    // Without the memory the process ends at once.
     t_MemoryInitialized = false;
-    standin::LogCapture log;
+    standin::LogCapture second;
     t_WindowAutoUpdateProcess();
-    EXPECT_FALSE(t_AutoUpdateRunning.load());
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{"t_WindowAutoUpdateProcess: Start.",
-                                                     "t_WindowAutoUpdateProcess: End."}));
+    EXPECT_EQ(second.lines(),
+              (Lines{"t_WindowAutoUpdateProcess: Start.", "t_WindowAutoUpdateProcess: End."}));
 }
 
 TEST_F(Refresh, WindowUpdateDrawsBeforeItReturnsOrOnlyMarks) {
     live(1, false);
     t_WindowUpdate(1, false);
-    EXPECT_EQ(requests->drawn[1], 1);
-    EXPECT_EQ(requests->marked[1], 0);
     t_WindowUpdate(1, true);
-    EXPECT_EQ(requests->marked[1], 1);
-    // Neither the record's flags nor the stamp matter to it.
-    t_WindowTable[6].Initialized = false;
-    t_WindowTable[6].UpdateStarted = 42;
+    t_WindowTable[6].UpdateStarted = 42; // neither the record's flags nor the stamp matter to it
     t_WindowUpdate(6, false);
-    EXPECT_EQ(requests->drawn[6], 1);
+    ASSERT_TRUE(
+        standin::onmain([] { t_WindowUpdate(1, false); }, 2s)); // on the main thread it draws in place
+    EXPECT_EQ(
+        std::vector<int>({requests->drawn[1], requests->marked[1], requests->drawn[6], requests->offMain}),
+        std::vector<int>({2, 1, 1, 0}));
     EXPECT_EQ(t_WindowTable[6].UpdateStarted.load(), 42);
-    // On the main thread itself it draws in place instead of waiting for itself.
-    ASSERT_TRUE(standin::onmain([] { t_WindowUpdate(1, false); }, 2s));
-    EXPECT_EQ(requests->drawn[1], 2);
-    EXPECT_EQ(requests->offMain, 0);
-}
-
-TEST_F(Refresh, WindowUpdateRefusesWhatItCannotDraw) {
     standin::LogCapture log;
     screen->view[3] = false;
     t_WindowUpdate(9, false);
@@ -181,9 +121,8 @@ TEST_F(Refresh, WindowUpdateRefusesWhatItCannotDraw) {
     screen->view[3] = true;
     t_MemoryInitialized = false;
     t_WindowUpdate(2, false);
-    EXPECT_EQ(log.lines(),
-              (std::vector<std::string>{"t_WindowUpdate: Window is not a graphic window.",
-                                        "t_WindowUpdate: Window #3 view is nil, resource undefined."}));
+    EXPECT_EQ(log.lines(), (Lines{"t_WindowUpdate: Window is not a graphic window.",
+                                  "t_WindowUpdate: Window #3 view is nil, resource undefined."}));
     EXPECT_EQ(requests->drawn[2] + requests->drawn[3], 0);
 }
 

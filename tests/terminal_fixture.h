@@ -1,42 +1,30 @@
-// Windows for the terminal tests: made by t_InitWindow through the stand-in platform, with a small font
+// Windows for the terminal tests, made by t_InitWindow through the stand-in platform, with a small font
 // whose glyphs have a blank top row, a full second row and grey ramps below, so that every row kind of
-// the plotter is met.
+// the plotter is met. Each test leaves a blank memory behind.
 #pragma once
 
-#include "spine_standin.h"
+#include "window_recorder.h"
 
-#include "display/display.h"
 #include "terminal/terminal.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 namespace termtest {
 
-constexpr Int cellWidth = 4;
-constexpr Int cellHeight = 4;
+constexpr Int cellWidth = 4, cellHeight = 4;
 
 inline uint8_t greyof(Int symbol, Int row, Int column) {
-    if (row == 0) return 0;
-    if (row == 1) return 255;
-    return static_cast<uint8_t>((symbol * 29 + row * 71 + column * 53) & 0xFF);
+    return row == 0   ? 0
+           : row == 1 ? 255
+                      : static_cast<uint8_t>((symbol * 29 + row * 71 + column * 53) & 0xFF);
 }
 
-inline t_Font testfont(uint8_t start = 0, uint8_t end = 255) {
-    t_Font font;
-    font.Format = 2;
+[[gnu::noinline]] inline t_Font testfont(uint8_t start = 0, uint8_t end = 255, Int width = 4,
+                                         Int height = 4) {
+    t_Font font = windowtest::cellfont(width, height);
     font.Start = start;
     font.End = end;
-    font.Width = cellWidth;
-    font.Height = cellHeight;
-    font.Data.resize(256 * cellWidth * cellHeight);
-    font.Size = static_cast<Int>(font.Data.size());
-    for (Int s = 0; s < 256; ++s)
-        for (Int r = 0; r < cellHeight; ++r)
-            for (Int c = 0; c < cellWidth; ++c)
-                font.Data[(s * cellHeight + r) * cellWidth + c] = greyof(s, r, c);
+    for (Int s = 0, i = 0; s < 256; ++s)
+        for (Int r = 0; r < height; ++r)
+            for (Int c = 0; c < width; ++c) font.Data[i++] = greyof(s, r % 6, c);
     return font;
 }
 
@@ -44,49 +32,53 @@ inline t_Window& record(uint8_t window) {
     return t_WindowTable[window];
 }
 
-inline Int half(uint8_t window) {
-    return (record(window).TextMemoryEnd - record(window).TextMemoryStart + 1) / 2;
-}
-
-inline uint8_t symbolat(uint8_t window, Int x, Int y) {
+// The symbol, or with the colour plane (which starts at half the text block) the colour, of a cell.
+inline uint8_t symbolat(uint8_t window, Int x, Int y, bool colour = false) {
     const t_Window& w = record(window);
-    return t_VideoMemory[w.TextMemoryStart + (x - 1) + w.TextWidth * (y - 1)];
+    const Int half = colour ? (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2 : 0;
+    return t_VideoMemory[w.TextMemoryStart + half + (x - 1) + w.TextWidth * (y - 1)];
 }
 
 inline uint8_t attributeat(uint8_t window, Int x, Int y) {
-    const t_Window& w = record(window);
-    return t_VideoMemory[w.TextMemoryStart + half(window) + (x - 1) + w.TextWidth * (y - 1)];
+    return symbolat(window, x, y, true);
 }
 
-// The pixel rows of the graphic block; the spare bytes that rounding leaves above them hold whatever a
-// freed block left there.
-inline std::vector<uint8_t> graphicblock(uint8_t window) {
-    const t_Window& w = record(window);
-    const Int stride = w.BitDepth == 1   ? w.Width / 8
-                       : w.BitDepth == 4 ? w.Width / 2
-                                         : w.Width * (w.BitDepth / 8);
-    return {t_VideoMemory.begin() + w.MemoryStart, t_VideoMemory.begin() + w.MemoryStart + stride * w.Height};
-}
-
-inline std::vector<uint8_t> textplanes(uint8_t window) {
-    const t_Window& w = record(window);
-    const Int cells = w.TextWidth * w.TextHeight;
-    std::vector<uint8_t> out(t_VideoMemory.begin() + w.TextMemoryStart,
-                             t_VideoMemory.begin() + w.TextMemoryStart + cells);
-    const Int a = w.TextMemoryStart + half(window);
-    out.insert(out.end(), t_VideoMemory.begin() + a, t_VideoMemory.begin() + a + cells);
+// The symbols of a line from column from to column to (0: the last).
+inline std::string line(uint8_t window, Int y, Int from = 1, Int to = 0) {
+    std::string out;
+    for (Int x = from; x <= (to ? to : record(window).TextWidth); ++x)
+        out += static_cast<char>(symbolat(window, x, y));
     return out;
 }
 
-// Each symbol of the string printed at the cursor in the window's current colours.
+inline void expectcursor(uint8_t window, Int x, Int y) {
+    EXPECT_EQ(std::to_string(record(window).TextHpos) + "," + std::to_string(record(window).TextVpos),
+              std::to_string(x) + "," + std::to_string(y));
+}
+
+// The pixel rows of the graphic block, without the spare bytes that rounding leaves above them.
+inline std::vector<uint8_t> graphicblock(uint8_t window) {
+    const t_Window& w = record(window);
+    const auto from = t_VideoMemory.begin() + w.MemoryStart;
+    return {from, from + (w.Width * w.Height * w.BitDepth + 7) / 8};
+}
+
+// Both planes of the text block, without their spare bytes.
+inline std::vector<uint8_t> textplanes(uint8_t window) {
+    std::vector<uint8_t> out;
+    for (bool colour : {false, true})
+        for (Int y = 1; y <= record(window).TextHeight; ++y)
+            for (Int x = 1; x <= record(window).TextWidth; ++x) out.push_back(symbolat(window, x, y, colour));
+    return out;
+}
+
 inline void printbytes(uint8_t window, const std::string& bytes) {
     t_Print(window, Text{std::vector<uint8_t>(bytes.begin(), bytes.end())});
 }
 
 // The window's own start-up lines are not what these tests look at.
 template <typename Body> void quietly(Body body) {
-    const int64_t level = t_DebugLevel;
-    t_DebugLevel = 0;
+    const int64_t level = t_DebugLevel.exchange(0);
     body();
     t_DebugLevel = level;
 }
@@ -96,11 +88,12 @@ class TerminalTest : public ::testing::Test {
     void SetUp() override {
         standin::install();
         t_DebugLevel = 1;
-        // Keeps the refresh process out: t_InitWindow starts it only while this is false.
-        savedAutoUpdate = t_AutoUpdateRunning.load();
-        t_AutoUpdateRunning = true;
+        savedAutoUpdate = t_AutoUpdateRunning.exchange(true); // t_InitWindow starts the refresh only if false
     }
-    void TearDown() override { t_AutoUpdateRunning = savedAutoUpdate; }
+    void TearDown() override {
+        windowtest::blankmemory();
+        t_AutoUpdateRunning = savedAutoUpdate;
+    }
     bool savedAutoUpdate = false;
     // A live window of columns by rows cells of the test font (or the one given), no border.
     static void makewindow(uint8_t window, Int depth, Int columns, Int rows,
@@ -109,8 +102,8 @@ class TerminalTest : public ::testing::Test {
             t_InitWindow(window, depth, false, columns * font.Width, rows * font.Height, 0, 0, font, true);
         });
         ASSERT_TRUE(record(window).Initialized.load());
-        ASSERT_EQ(record(window).TextWidth, columns);
-        ASSERT_EQ(record(window).TextHeight, rows);
+        record(window).TextInverse = false; // a new window keeps this from the last
+        ASSERT_EQ(record(window).TextWidth * 100 + record(window).TextHeight, columns * 100 + rows);
     }
 };
 

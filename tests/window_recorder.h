@@ -11,17 +11,20 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace windowtest {
 
-inline std::string rect(const t_PlatformRect& r) {
-    auto n = [](double v) { return std::to_string(static_cast<long long>(v)); };
-    return n(r.X) + "," + n(r.Y) + " " + n(r.Width) + "x" + n(r.Height);
-}
+// The 16 colours as the game's documentation lists them, kept apart from the code on purpose.
+constexpr uint8_t palette[16][3] = {
+    {0x00, 0x00, 0x00}, {0xFF, 0x00, 0x00}, {0x00, 0x00, 0x80}, {0xFF, 0x00, 0xFF},
+    {0x00, 0x80, 0x00}, {0x54, 0x54, 0x54}, {0x00, 0x00, 0xFF}, {0x00, 0x80, 0xFF},
+    {0x80, 0x40, 0x00}, {0xFF, 0x80, 0x00}, {0xA8, 0xA8, 0xA8}, {0xFF, 0x80, 0x80},
+    {0x00, 0xFF, 0x00}, {0xFF, 0xFF, 0x00}, {0x00, 0xFF, 0xFF}, {0xFF, 0xFF, 0xFF},
+};
 
 struct Recorder {
     std::shared_ptr<standin::Screen> screen;
@@ -35,32 +38,30 @@ struct Recorder {
     int systemBeeps = 0;
     std::vector<std::shared_ptr<const AiffSound>> played;
 
-    void note(const std::string& call) {
+    template <typename Body> auto locked(Body body) {
         std::lock_guard<std::mutex> lock(mutex);
-        calls.push_back(call);
-        if (std::this_thread::get_id() != standin::mainthread().id) allOnMain = false;
+        return body();
+    }
+    void note(const std::string& call) {
+        locked([&] {
+            calls.push_back(call);
+            allOnMain = allOnMain && std::this_thread::get_id() == standin::mainthread().id;
+        });
     }
     std::vector<std::string> taken() {
-        std::lock_guard<std::mutex> lock(mutex);
-        std::vector<std::string> out;
-        out.swap(calls);
-        return out;
+        return locked([&] { return std::exchange(calls, {}); });
+    }
+    int beeps() {
+        return locked([&] { return systemBeeps; });
+    }
+    size_t plays() {
+        return locked([&] { return played.size(); });
     }
     // The calls that begin with the word.
     std::vector<std::string> of(const std::string& word) {
-        std::lock_guard<std::mutex> lock(mutex);
-        std::vector<std::string> out;
-        for (const std::string& c : calls)
-            if (c.rfind(word + " ", 0) == 0) out.push_back(c);
+        std::vector<std::string> out = locked([&] { return calls; });
+        std::erase_if(out, [&](const std::string& c) { return c.rfind(word + " ", 0) != 0; });
         return out;
-    }
-    int beeps() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return systemBeeps;
-    }
-    size_t plays() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return played.size();
     }
 };
 
@@ -69,52 +70,47 @@ inline std::shared_ptr<Recorder> installrecorder() {
     auto r = std::make_shared<Recorder>();
     r->screen = standin::install();
     t_PlatformPort port = platformport();
-    auto n = [](uint8_t w) { return std::to_string(w); };
+    auto n = [](uint8_t w) { return std::to_string(w) + " "; };
+    auto rect = [](const t_PlatformRect& f) {
+        auto i = [](double v) { return std::to_string(static_cast<long long>(v)); };
+        return i(f.X) + "," + i(f.Y) + " " + i(f.Width) + "x" + i(f.Height);
+    };
     port.TextView = [r](uint8_t w) -> t_Handle {
         return w <= 12 && r->textView[w] ? &r->screen->tokens[w][2] : nullptr;
     };
     port.ScrollView = port.TextView;
-    port.SetWindowFrame = [r, n](uint8_t w, t_PlatformRect f) {
-        r->note("frame " + n(w) + " " + rect(f));
+    port.SetWindowFrame = [=](uint8_t w, t_PlatformRect f) {
+        r->note("frame " + n(w) + rect(f));
         r->screen->frame[w] = f;
     };
-    port.SetViewFrame = [r, n](uint8_t w, t_PlatformRect f) { r->note("view " + n(w) + " " + rect(f)); };
-    port.SetScrollViewFrame = [r, n](uint8_t w, t_PlatformRect f) {
-        r->note("scroll " + n(w) + " " + rect(f));
+    port.SetViewFrame = [=](uint8_t w, t_PlatformRect f) { r->note("view " + n(w) + rect(f)); };
+    port.SetScrollViewFrame = [=](uint8_t w, t_PlatformRect f) {
+        r->note("scroll " + n(w) + rect(f));
         r->screen->scrollFrame[w] = f;
     };
-    port.WindowCenter = [r, n](uint8_t w) { r->note("center " + n(w)); };
-    port.WindowOrderFront = [r, n](uint8_t w) {
-        r->note("front " + n(w));
-        r->visible[w] = true;
+    port.WindowCenter = [=](uint8_t w) { r->note("center " + std::to_string(w)); };
+    auto show = [=](const char* call, bool shown) {
+        return [=](uint8_t w) {
+            r->note(call + std::to_string(w));
+            r->visible[w] = shown;
+        };
     };
-    port.WindowMakeKeyAndOrderFront = [r, n](uint8_t w) {
-        r->note("key " + n(w));
-        r->visible[w] = true;
-    };
-    port.WindowOrderOut = [r, n](uint8_t w) {
-        r->note("out " + n(w));
-        r->visible[w] = false;
-    };
+    port.WindowOrderFront = show("front ", true);
+    port.WindowMakeKeyAndOrderFront = show("key ", true);
+    port.WindowOrderOut = show("out ", false);
     port.WindowIsVisible = [r](uint8_t w) { return r->visible[w]; };
-    port.SetWindowTitle = [r, n](uint8_t w, const std::string& t) { r->note("title " + n(w) + " " + t); };
-    port.SetWindowStyle = [r, n](uint8_t w, Int mask) {
-        r->note("style " + n(w) + " " + std::to_string(mask));
-    };
-    port.SetWindowBackground = [r, n](uint8_t w, t_RGBColor c) {
-        r->note("background " + n(w) + " " + std::to_string(c.Red) + " " + std::to_string(c.Green) + " " +
+    port.SetWindowTitle = [=](uint8_t w, const std::string& t) { r->note("title " + n(w) + t); };
+    port.SetWindowStyle = [=](uint8_t w, Int mask) { r->note("style " + n(w) + std::to_string(mask)); };
+    port.SetWindowBackground = [=](uint8_t w, t_RGBColor c) {
+        r->note("background " + n(w) + std::to_string(c.Red) + " " + std::to_string(c.Green) + " " +
                 std::to_string(c.Blue));
     };
     port.ScreenFrame = [r](uint8_t) { return r->screenFrame; };
-    port.TextViewNeedsDisplay = [r, n](uint8_t w) { r->note("needsdisplay " + n(w)); };
-    port.SetTextViewString = [r, n](uint8_t w, const std::string& t) { r->note("text " + n(w) + " " + t); };
-    port.Beep = [r] {
-        std::lock_guard<std::mutex> lock(r->mutex);
-        ++r->systemBeeps;
-    };
+    port.TextViewNeedsDisplay = [=](uint8_t w) { r->note("needsdisplay " + std::to_string(w)); };
+    port.SetTextViewString = [=](uint8_t w, const std::string& t) { r->note("text " + n(w) + t); };
+    port.Beep = [r] { r->locked([&] { ++r->systemBeeps; }); };
     port.PlaySound = [r](std::shared_ptr<const AiffSound> sound) {
-        std::lock_guard<std::mutex> lock(r->mutex);
-        r->played.push_back(std::move(sound));
+        r->locked([&] { r->played.push_back(sound); });
     };
     setplatformport(port);
     return r;
