@@ -31,11 +31,10 @@ TEST(Aiff, OurWritersFilesAndAHandMadeOneDecode) {
         }
     // An odd-sized chunk of another kind first, SSND before COMM, an SSND offset, and 24-bit samples,
     // whose top 16 bits are kept.
-    std::vector<uint8_t> file = {
-        'F', 'O', 'R',  'M',  0,    0,    0,    0,    'A',  'I',  'F',  'F', 'N', 'A', 'M', 'E', 0, 0,  0,
-        3,   'B', 'e',  'p',  0,    'S',  'S',  'N',  'D',  0,    0,    0,   16,  0,   0,   0,   2, 0,  0,
-        0,   0,   0xEE, 0xEE, 0x12, 0x34, 0x56, 0x80, 0x00, 0x01, 'C',  'O', 'M', 'M', 0,   0,   0, 18, 0,
-        1,   0,   0,    0,    2,    0,    24,   0x40, 0x0C, 0xAC, 0x44, 0,   0,   0,   0,   0,   0};
+    const std::string text =
+        std::string("FORM\0\0\0\0AIFFNAME\0\0\0\3Bep\0SSND\0\0\0\x10\0\0\0\2\0\0\0\0\xEE\xEE\x12\x34", 44) +
+        std::string("\x56\x80\0\1COMM\0\0\0\x12\0\1\0\0\0\2\0\x18\x40\x0C\xAC\x44\0\0\0\0\0\0", 30);
+    std::vector<uint8_t> file(text.begin(), text.end());
     file[7] = static_cast<uint8_t>(file.size() - 8);
     AiffSound sound;
     LogCapture log;
@@ -55,7 +54,9 @@ TEST(Aiff, BrokenFilesAreRefusedWithOneLine) {
         std::string line;
     } rows[] = {
         {8, {'A', 'I', 'F', 'C'}, "aiffdecode: Not an AIFF file."},
+        {0, {'R', 'I', 'F', 'F'}, "aiffdecode: Not an AIFF file."},
         {20, {0, 0}, "aiffdecode: Unusable channel count."},
+        {26, {0, 0}, "aiffdecode: Unusable sample width."},
         {26, {0, 40}, "aiffdecode: Unusable sample width."},
         {28, {0, 0}, "aiffdecode: Unusable sample rate."},       // exponent 0: a tiny rate
         {28, {0x7F, 0xFF}, "aiffdecode: Unusable sample rate."}, // infinity or not a number
