@@ -1,30 +1,115 @@
+// The beep: the bundle's sound, decoded from its AIFF file, played once at a time, else the system's beep.
 #include "window_recorder.h"
 
-#include "shell/shell.h"
 #include "tools/aiffwrite.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
 #include <filesystem>
-#include <thread>
-#include <unistd.h>
+#include <fstream>
 
 namespace {
 
 using namespace std::chrono_literals;
+using testsupport::LogCapture;
+
+// A tone of the given length at 8000 frames a second.
+std::vector<int16_t> tone(std::chrono::milliseconds length, int channels = 1) {
+    std::vector<int16_t> samples(static_cast<size_t>(length.count() * 8 * channels));
+    for (size_t i = 0; i < samples.size(); ++i) samples[i] = static_cast<int16_t>(i % 40 < 20 ? 8000 : -8000);
+    return samples;
+}
+
+TEST(Aiff, OurWritersFilesAndAHandMadeOneDecode) {
+    for (double rate : {44100.0, 22050.5})
+        for (int channels : {1, 2}) {
+            const std::vector<int16_t> samples = tone(10ms, channels);
+            AiffSound sound;
+            ASSERT_TRUE(aiffdecode(aiffencode(channels, rate, samples), sound)) << rate;
+            EXPECT_EQ(sound.Channels, channels);
+            EXPECT_DOUBLE_EQ(sound.SampleRate, rate);
+            EXPECT_EQ(sound.Frames, 80);
+            EXPECT_EQ(sound.Samples, samples);
+        }
+    // An odd-sized chunk of another kind first, SSND before COMM, an SSND offset, and 24-bit samples,
+    // whose top 16 bits are kept.
+    const std::string text =
+        std::string("FORM\0\0\0\0AIFFNAME\0\0\0\3Bep\0SSND\0\0\0\x10\0\0\0\2\0\0\0\0\xEE\xEE\x12\x34", 44) +
+        std::string("\x56\x80\0\1COMM\0\0\0\x12\0\1\0\0\0\2\0\x18\x40\x0C\xAC\x44\0\0\0\0\0\0", 30);
+    std::vector<uint8_t> file(text.begin(), text.end());
+    file[7] = static_cast<uint8_t>(file.size() - 8);
+    AiffSound sound;
+    LogCapture log;
+    ASSERT_TRUE(aiffdecode(file, sound));
+    EXPECT_TRUE(log.lines.empty());
+    EXPECT_EQ(sound.Bits, 24);
+    EXPECT_DOUBLE_EQ(sound.SampleRate, 11025);
+    EXPECT_EQ(sound.Samples, (std::vector<int16_t>{0x1234, static_cast<int16_t>(0x8000)}));
+}
+
+TEST(Aiff, BrokenFilesAreRefusedWithOneLine) {
+    const std::vector<uint8_t> good = aiffencode(1, 44100, tone(1ms));
+    // Offsets in our writer's layout: FORM 0, AIFF 8, COMM 12 (body 20), SSND 38 (body 46).
+    const struct {
+        size_t at;
+        std::vector<uint8_t> bytes;
+        std::string line;
+    } rows[] = {
+        {8, {'A', 'I', 'F', 'C'}, "aiffdecode: Not an AIFF file."},
+        {0, {'R', 'I', 'F', 'F'}, "aiffdecode: Not an AIFF file."},
+        {20, {0, 0}, "aiffdecode: Unusable channel count."},
+        {26, {0, 0}, "aiffdecode: Unusable sample width."},
+        {26, {0, 40}, "aiffdecode: Unusable sample width."},
+        {28, {0, 0}, "aiffdecode: Unusable sample rate."},       // exponent 0: a tiny rate
+        {28, {0x7F, 0xFF}, "aiffdecode: Unusable sample rate."}, // infinity or not a number
+        {22, {0, 0, 0, 11}, "aiffdecode: The sound data is shorter than its header says."},
+        {16, {0, 0, 0, 10}, "aiffdecode: The COMM chunk is too short."},
+        {16, {0x7F, 0xFF, 0xFF, 0xFF}, "aiffdecode: A chunk runs past the end of the file."},
+        {46, {0, 0, 0, 30}, "aiffdecode: The SSND offset runs past its chunk."},
+        {12, {'J', 'U', 'N', 'K'}, "aiffdecode: No COMM chunk."},
+    };
+    for (const auto& row : rows) {
+        std::vector<uint8_t> bytes = good;
+        std::copy(row.bytes.begin(), row.bytes.end(), bytes.begin() + static_cast<long>(row.at));
+        LogCapture log;
+        AiffSound sound;
+        EXPECT_FALSE(aiffdecode(bytes, sound)) << row.at;
+        EXPECT_EQ(log.lines, std::vector{row.line}) << row.at;
+    }
+    for (size_t n = 0; n < good.size(); ++n) {
+        LogCapture log;
+        AiffSound sound;
+        EXPECT_FALSE(aiffdecode({good.begin(), good.begin() + static_cast<long>(n)}, sound)) << n;
+        EXPECT_EQ(log.lines.size(), 1u) << n;
+    }
+}
+
+TEST(Aiff, TheBuiltBeepIsAShortSoftToneOf880Hertz) {
+    AiffSound sound;
+    ASSERT_TRUE(
+        aiffdecode(getbinaryfromfile(testsupport::builtbundle() + "/Contents/Resources/sysbeep.aif"), sound));
+    EXPECT_EQ(sound.Channels, 1);
+    EXPECT_EQ(sound.SampleRate, 44100);
+    EXPECT_GT(sound.Frames, 44100 / 20);
+    EXPECT_LT(sound.Frames, 44100 / 2);
+    int peak = 0, crossings = 0;
+    for (size_t i = 0; i < sound.Samples.size(); ++i) {
+        peak = std::max(peak, std::abs(int{sound.Samples[i]}));
+        if (i > 0 && (sound.Samples[i - 1] < 0) != (sound.Samples[i] < 0)) ++crossings;
+    }
+    EXPECT_GT(peak, 8000);
+    EXPECT_NEAR(crossings * 44100.0 / sound.Frames, 1760, 40); // twice a period
+    // Soft at both ends: no click.
+    EXPECT_LT(std::abs(int{sound.Samples.front()}), 500);
+    EXPECT_LT(std::abs(int{sound.Samples.back()}), 500);
+}
 
 // A bundle of its own in a temporary folder, with or without a sound in its resources.
 class Beep : public ::testing::Test {
   protected:
     void SetUp() override {
         recorder = windowtest::installrecorder();
-        char pattern[] = "/tmp/beep-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder = pattern;
-        bundle = folder / "Seelenorakel.app";
-        std::filesystem::create_directories(bundle / "Contents" / "Resources");
-        setbundlepath(bundle.string());
+        std::filesystem::create_directories(std::filesystem::path(folder) /
+                                            "Seelenorakel.app/Contents/Resources");
+        setbundlepath(folder + "/Seelenorakel.app");
         t_BeepForget();
     }
     void TearDown() override {
@@ -34,39 +119,17 @@ class Beep : public ::testing::Test {
         std::filesystem::remove_all(folder);
     }
     void writesound(const std::vector<uint8_t>& bytes) {
-        FILE* f = std::fopen((bundle / "Contents" / "Resources" / "sysbeep.aif").c_str(), "wb");
-        ASSERT_NE(f, nullptr);
-        std::fwrite(bytes.data(), 1, bytes.size(), f);
-        std::fclose(f);
-    }
-    // A tone of the given length at 8000 frames a second.
-    static std::vector<int16_t> tone(std::chrono::milliseconds length) {
-        std::vector<int16_t> samples(static_cast<size_t>(length.count() * 8));
-        for (size_t i = 0; i < samples.size(); ++i)
-            samples[i] = static_cast<int16_t>(i % 40 < 20 ? 8000 : -8000);
-        return samples;
+        std::ofstream(folder + "/Seelenorakel.app/Contents/Resources/sysbeep.aif", std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     }
     std::shared_ptr<windowtest::Recorder> recorder;
-    std::filesystem::path folder, bundle;
+    std::string folder =
+        (std::filesystem::temp_directory_path() / ("beep-" + std::to_string(getpid()))).string();
 };
 
-TEST_F(Beep, TwoBeepsInQuickSuccessionSoundOnce) {
-    const std::vector<int16_t> samples = tone(2000ms);
+TEST_F(Beep, ManyBeepsWhileTheSoundPlaysSoundOnceAndTheNextAfterItSoundsAgain) {
+    const std::vector<int16_t> samples = tone(300ms);
     writesound(aiffencode(1, 8000, samples));
-    t_Beep();
-    t_Beep();
-    windowtest::drainmain();
-    ASSERT_EQ(recorder->plays(), 1u);
-    EXPECT_EQ(recorder->beeps(), 0);
-    // What reaches the platform is the file's sound, decoded.
-    const AiffSound& played = *recorder->played[0];
-    EXPECT_EQ(played.Channels, 1);
-    EXPECT_DOUBLE_EQ(played.SampleRate, 8000);
-    EXPECT_EQ(played.Samples, samples);
-}
-
-TEST_F(Beep, ManyThreadsAtOnceStartOneSound) {
-    writesound(aiffencode(2, 8000, tone(2000ms)));
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i)
         threads.emplace_back([] {
@@ -74,50 +137,42 @@ TEST_F(Beep, ManyThreadsAtOnceStartOneSound) {
         });
     for (std::thread& t : threads) t.join();
     windowtest::drainmain();
-    EXPECT_EQ(recorder->plays(), 1u);
-}
-
-TEST_F(Beep, AfterTheSoundHasEndedTheNextBeepSounds) {
-    writesound(aiffencode(1, 8000, tone(100ms)));
-    t_Beep();
-    std::this_thread::sleep_for(150ms);
+    ASSERT_EQ(recorder->plays(), 1u);
+    EXPECT_EQ(recorder->played[0]->Samples, samples); // the file's sound, decoded
+    std::this_thread::sleep_for(350ms);
     t_Beep();
     windowtest::drainmain();
     EXPECT_EQ(recorder->plays(), 2u);
+    EXPECT_EQ(recorder->beeps(), 0);
 }
 
-TEST_F(Beep, WithoutASoundEveryBeepIsTheSystemsAndTheFileIsLookedForOnce) {
-    windowtest::Log log;
-    t_Beep();
-    t_Beep();
-    windowtest::drainmain();
-    EXPECT_EQ(recorder->beeps(), 2);
-    EXPECT_EQ(recorder->plays(), 0u);
-    const auto lines = log.lines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].rfind("getbinaryfromfile: Error #", 0), 0u) << lines[0];
-    // A sound that appears later is not looked for again: the first answer stands.
-    writesound(aiffencode(1, 8000, tone(100ms)));
-    t_Beep();
-    windowtest::drainmain();
-    EXPECT_EQ(recorder->beeps(), 3);
-}
-
-TEST_F(Beep, AFileThatIsNoSoundFallsBackToTheSystemBeep) {
-    writesound({'F', 'O', 'R', 'M', 0, 0, 0, 4, 'W', 'A', 'V', 'E'});
-    windowtest::Log log;
-    t_Beep();
-    windowtest::drainmain();
-    EXPECT_EQ(recorder->beeps(), 1);
-    ASSERT_EQ(log.lines().size(), 1u);
-    EXPECT_EQ(log.lines()[0].rfind("aiffdecode: ", 0), 0u);
-
-    t_BeepForget();
-    writesound(aiffencode(1, 8000, {}));
-    t_Beep();
-    windowtest::drainmain();
-    EXPECT_EQ(recorder->beeps(), 2);
-    EXPECT_EQ(recorder->plays(), 0u);
+TEST_F(Beep, WithoutAPlayableSoundEveryBeepIsTheSystemsAndTheFileIsLookedForOnce) {
+    const struct {
+        const char* name;
+        std::vector<uint8_t> file;
+        std::string line;
+    } rows[] = {
+        {"no file", {}, "getbinaryfromfile: Error #No such file or directory"},
+        {"no sound", {'F', 'O', 'R', 'M', 0, 0, 0, 4, 'W', 'A', 'V', 'E'}, "aiffdecode: Not an AIFF file."},
+        {"empty sound", aiffencode(1, 8000, {}), "t_Beep: The sound \"sysbeep.aif\" holds nothing to play."},
+    };
+    int beeps = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        t_BeepForget();
+        if (!row.file.empty()) writesound(row.file);
+        windowtest::Log log;
+        t_Beep();
+        // A sound that appears later is not looked for again: the first answer stands.
+        writesound(aiffencode(1, 8000, tone(100ms)));
+        t_Beep();
+        windowtest::drainmain();
+        EXPECT_EQ(recorder->beeps(), beeps += 2);
+        EXPECT_EQ(recorder->plays(), 0u);
+        ASSERT_EQ(log.lines().size(), 1u);
+        EXPECT_EQ(log.lines()[0].rfind(row.line, 0), 0u) << log.lines()[0];
+        std::filesystem::remove(folder + "/Seelenorakel.app/Contents/Resources/sysbeep.aif");
+    }
 }
 
 } // namespace

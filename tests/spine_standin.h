@@ -6,6 +6,7 @@
 #include "shell/shell.h"
 #include "tests/testsupport.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -14,7 +15,6 @@
 #include <mutex>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace standin {
 
@@ -35,13 +35,11 @@ inline MainThread& mainthread() {
             threadregistermain();
             ready.set_value();
             for (;;) {
-                std::function<void()> block;
-                {
-                    std::unique_lock<std::mutex> lock(m->mutex);
-                    m->wake.wait(lock, [m] { return !m->blocks.empty(); });
-                    block = std::move(m->blocks.front());
-                    m->blocks.pop_front();
-                }
+                std::unique_lock<std::mutex> lock(m->mutex);
+                m->wake.wait(lock, [m] { return !m->blocks.empty(); });
+                std::function<void()> block = std::move(m->blocks.front());
+                m->blocks.pop_front();
+                lock.unlock();
                 block();
             }
         }).detach();
@@ -78,24 +76,12 @@ struct Screen {
     bool view[8] = {true, true, true, true, true, true, true, true};
     t_PlatformRect frame[13];
     t_PlatformRect scrollFrame[13];
-    // Which thread each platform call ran on, and how many crossings were asked for.
     std::mutex mutex;
-    std::vector<std::thread::id> callThreads;
-    std::vector<std::string> pasteboardCalls;
     std::string pasteboard;
-    int syncCrossings = 0;
+    std::atomic<int> syncCrossings{0};
+    std::atomic<bool> offMain{false}; // a platform call ran on another thread than the main one
     char tokens[13][3] = {};
-
-    void note() {
-        std::lock_guard<std::mutex> lock(mutex);
-        callThreads.push_back(std::this_thread::get_id());
-    }
-    bool allonmain() {
-        std::lock_guard<std::mutex> lock(mutex);
-        for (auto id : callThreads)
-            if (id != mainthread().id) return false;
-        return !callThreads.empty();
-    }
+    void note() { offMain = offMain || std::this_thread::get_id() != mainthread().id; }
 };
 
 inline std::shared_ptr<Screen> install(std::shared_ptr<Screen> screen = std::make_shared<Screen>()) {
@@ -103,56 +89,31 @@ inline std::shared_ptr<Screen> install(std::shared_ptr<Screen> screen = std::mak
     t_PlatformPort port;
     port.IsMainThread = [] { return std::this_thread::get_id() == mainthread().id; };
     port.RunOnMainSync = [screen](const std::function<void()>& block) {
-        {
-            std::lock_guard<std::mutex> lock(screen->mutex);
-            ++screen->syncCrossings;
-        }
-        std::promise<void> done;
-        post([&] {
-            block();
-            done.set_value();
-        });
-        done.get_future().wait();
+        ++screen->syncCrossings;
+        onmain(block, std::chrono::hours(24));
     };
     port.RunOnMainAsync = [](std::function<void()> block) { post(std::move(block)); };
-    port.Window = [screen](uint8_t n) -> t_Handle {
+    auto handle = [screen](bool exists, uint8_t n, int part) -> t_Handle {
         screen->note();
-        return n <= 12 && screen->window[n] ? &screen->tokens[n][0] : nullptr;
+        return exists ? &screen->tokens[n][part] : nullptr;
     };
-    port.View = [screen](uint8_t n) -> t_Handle {
-        screen->note();
-        return n <= 7 && screen->view[n] ? &screen->tokens[n][1] : nullptr;
-    };
-    port.TextView = [screen](uint8_t n) -> t_Handle {
-        screen->note();
-        return n >= 8 && n <= 10 && screen->window[n] ? &screen->tokens[n][2] : nullptr;
-    };
+    port.Window = [=](uint8_t n) { return handle(n <= 12 && screen->window[n], n, 0); };
+    port.View = [=](uint8_t n) { return handle(n <= 7 && screen->view[n], n, 1); };
+    port.TextView = [=](uint8_t n) { return handle(n >= 8 && n <= 10 && screen->window[n], n, 2); };
     port.ScrollView = port.TextView;
-    port.WindowFrame = [screen](uint8_t n) {
-        screen->note();
-        return n <= 12 ? screen->frame[n] : t_PlatformRect{};
-    };
+    port.WindowFrame = [screen](uint8_t n) { return n <= 12 ? screen->frame[n] : t_PlatformRect{}; };
     port.ScrollViewFrame = [screen](uint8_t n) {
-        screen->note();
         return n <= 12 ? screen->scrollFrame[n] : t_PlatformRect{};
     };
-    port.PasteboardClear = [screen] {
+    auto paste = [screen](auto change) {
         screen->note();
         std::lock_guard<std::mutex> lock(screen->mutex);
-        screen->pasteboardCalls.push_back("clear");
-        screen->pasteboard.clear();
+        return change(screen->pasteboard);
     };
-    port.PasteboardSetText = [screen](const std::string& text) {
-        screen->note();
-        std::lock_guard<std::mutex> lock(screen->mutex);
-        screen->pasteboardCalls.push_back("set " + text);
-        screen->pasteboard = text;
-    };
-    port.PasteboardText = [screen] {
-        screen->note();
-        std::lock_guard<std::mutex> lock(screen->mutex);
-        return screen->pasteboard;
-    };
+    port.PasteboardClear = [paste] { paste([](std::string& p) { p.clear(); }); };
+    // Appends, so that a set without the clear before it shows as a doubled text.
+    port.PasteboardSetText = [paste](const std::string& text) { paste([&](std::string& p) { p += text; }); };
+    port.PasteboardText = [paste] { return paste([](std::string& p) { return p; }); };
     setplatformport(port);
     return screen;
 }

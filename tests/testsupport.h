@@ -7,12 +7,8 @@
 #include <algorithm>
 #include <climits>
 #include <filesystem>
-#include <memory>
 #include <mutex>
-#include <string>
-#include <string_view>
 #include <unistd.h>
-#include <vector>
 
 namespace testsupport {
 
@@ -35,21 +31,23 @@ struct LogCapture {
     }
 };
 
-// The same for tests whose threads log while the test reads; the lines outlive the capture for late
-// loggers.
+// The same for tests whose threads log while the test reads; the lines outlive the capture for late loggers.
 struct ThreadLogCapture {
-    std::shared_ptr<std::mutex> mutex = std::make_shared<std::mutex>();
-    std::shared_ptr<std::vector<std::string>> captured = std::make_shared<std::vector<std::string>>();
+    struct Shared {
+        std::mutex mutex;
+        std::vector<std::string> lines;
+    };
+    std::shared_ptr<Shared> shared = std::make_shared<Shared>();
     ThreadLogCapture() {
-        debuglogsink([m = mutex, c = captured](std::string_view line) {
-            std::lock_guard<std::mutex> lock(*m);
-            c->emplace_back(line);
+        debuglogsink([s = shared](std::string_view line) {
+            std::lock_guard<std::mutex> lock(s->mutex);
+            s->lines.emplace_back(line);
         });
     }
     ~ThreadLogCapture() { debuglogsink(nullptr); }
     std::vector<std::string> lines() const {
-        std::lock_guard<std::mutex> lock(*mutex);
-        return *captured;
+        std::lock_guard<std::mutex> lock(shared->mutex);
+        return shared->lines;
     }
 };
 
@@ -58,8 +56,9 @@ inline std::string builtbundle() {
     char buffer[PATH_MAX];
     ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
     if (n <= 0) return {};
-    std::filesystem::path exe(std::string(buffer, static_cast<size_t>(n)));
-    return (exe.parent_path().parent_path() / "Seelenorakel.app").string();
+    return (std::filesystem::path(std::string(buffer, static_cast<size_t>(n))).parent_path().parent_path() /
+            "Seelenorakel.app")
+        .string();
 }
 
 // An empty store, emptied without its log lines.

@@ -1,9 +1,7 @@
 #include "harness.h"
-#include "tests/qt/harness/hex.h"
 
 #include <QProcessEnvironment>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -12,9 +10,9 @@ namespace harness {
 
 namespace {
 
-// The resources the build made, beside the built program.
-std::filesystem::path builtresources() {
-    return std::filesystem::path(SEELENORAKEL_EXECUTABLE).parent_path().parent_path() / "Resources";
+// Over the line protocol texts go as hexadecimal, so that any byte survives.
+std::string hex(const std::string& bytes) {
+    return QByteArray::fromStdString(bytes).toHex().toStdString();
 }
 
 } // namespace
@@ -24,11 +22,11 @@ Bundle::Bundle() {
     if (!mkdtemp(pattern.data())) return;
     folder = pattern + "/";
     app = folder + "Seelenorakel.app";
-    const std::filesystem::path resources = std::filesystem::path(app) / "Contents" / "Resources";
-    std::filesystem::create_directories(resources);
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(builtresources(), error))
-        std::filesystem::copy(entry.path(), resources / entry.path().filename(), error);
+    // The resources the build made beside the built program.
+    std::filesystem::create_directories(app + "/Contents");
+    std::filesystem::copy(std::filesystem::path(SEELENORAKEL_EXECUTABLE).parent_path().parent_path() /
+                              "Resources",
+                          app + "/Contents/Resources", std::filesystem::copy_options::recursive);
 }
 
 Bundle::~Bundle() {
@@ -59,68 +57,64 @@ Game::Game(const Bundle& bundle) {
 }
 
 Game::~Game() {
-    if (process.state() != QProcess::NotRunning) {
-        process.kill();
-        process.waitForFinished(5000);
-    }
+    process.kill();
+    process.waitForFinished(5000);
 }
 
 bool Game::running() const {
     return process.state() == QProcess::Running;
 }
 
-void Game::readmore(int milliseconds) {
-    process.waitForReadyRead(milliseconds);
-    partial += process.readAllStandardOutput().toStdString();
-}
-
-void Game::send(const std::string& line) {
-    process.write((line + "\n").c_str());
-    process.waitForBytesWritten(5000);
-}
-
-// Whole lines go to the log, except the answers, which start with byte 1.
-bool Game::reply(const std::string& tag, std::string& payload, std::chrono::milliseconds limit) {
+// Whole lines of standard output go to the log, except the answers, which start with byte 1 and the
+// command's name. An empty command only files the lines that have come.
+bool Game::ask(const std::string& command, std::string& answer, std::chrono::milliseconds limit) {
+    const std::string tag = "\x01" + command.substr(0, command.find(' '));
+    if (!command.empty()) {
+        process.write((command + "\n").c_str());
+        process.waitForBytesWritten(5000);
+    }
     const auto end = std::chrono::steady_clock::now() + limit;
     for (;;) {
         for (size_t cut; (cut = partial.find('\n')) != std::string::npos;) {
-            std::string line = partial.substr(0, cut);
+            const std::string line = partial.substr(0, cut);
             partial.erase(0, cut + 1);
-            if (line.empty() || line[0] != '\x01') {
-                output += line + "\n";
-                continue;
-            }
-            line.erase(0, 1);
-            if (line.compare(0, tag.size(), tag) != 0) continue;
-            payload = line.size() > tag.size() ? line.substr(tag.size() + 1) : std::string();
+            if (line[0] != '\x01') output += line + "\n";
+            if (command.empty() || line.compare(0, tag.size(), tag) != 0) continue;
+            answer = line.size() > tag.size() ? line.substr(tag.size() + 1) : std::string();
             return true;
         }
         if (std::chrono::steady_clock::now() > end || !running()) return false;
-        readmore(20);
+        process.waitForReadyRead(20);
+        partial += process.readAllStandardOutput().toStdString();
     }
 }
 
+bool Game::poll(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end || !running()) return false;
+        process.waitForReadyRead(20);
+    }
+    return true;
+}
+
 bool Game::waitforkey(std::chrono::milliseconds limit) {
-    send("wait");
     std::string ignored;
-    return reply("wait", ignored, limit);
+    return ask("wait", ignored, limit);
 }
 
 void Game::press(int key, const std::string& text, uint32_t modifiers, uint32_t scanCode,
                  uint32_t nativeModifiers) {
     std::ostringstream line;
     line << "key " << scanCode << " " << key << " " << modifiers << " " << nativeModifiers << " "
-         << tohex(text);
-    send(line.str());
+         << hex(text);
     std::string ignored;
-    reply("key", ignored, 10s);
+    ask(line.str(), ignored);
 }
 
 bool Game::type(std::string_view keys) {
     for (char c : keys) {
-        const bool capital = c >= 'A' && c <= 'Z';
-        const int key = c >= 'a' && c <= 'z' ? c - 32 : c;
-        press(key, std::string(1, c), capital ? 0x02000000u : 0u);
+        press(c >= 'a' && c <= 'z' ? c - 32 : c, std::string(1, c), c >= 'A' && c <= 'Z' ? 0x02000000u : 0u);
         if (!waitforkey()) return false;
     }
     return true;
@@ -135,56 +129,40 @@ void Game::escape() {
 }
 
 std::string Game::screen(int window) {
-    send("screen " + std::to_string(window));
-    std::string hex;
-    reply("screen", hex, 10s);
+    std::string answer;
+    ask("screen " + std::to_string(window), answer);
     // Without the blanks at the ends of the lines and the empty lines at the bottom.
-    std::istringstream lines(fromhex(hex));
+    std::istringstream lines(QByteArray::fromHex(QByteArray::fromStdString(answer)).toStdString());
     std::string text;
-    for (std::string line; std::getline(lines, line);) {
-        line.erase(line.find_last_not_of(' ') + 1);
-        text += line + "\n";
-    }
-    text.erase(text.find_last_not_of('\n') + 1);
-    return text;
+    for (std::string line; std::getline(lines, line);)
+        text += line.erase(line.find_last_not_of(' ') + 1) + "\n";
+    return text.erase(text.find_last_not_of('\n') + 1);
 }
 
 bool Game::screenshows(const std::string& text, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (screen().find(text) == std::string::npos) {
-        if (std::chrono::steady_clock::now() > end || !running()) return false;
-        readmore(20);
-    }
-    return true;
+    return poll([&] { return screen().find(text) != std::string::npos; }, limit);
 }
 
 std::string Game::clipboard() {
-    send("clipboard");
-    std::string hex;
-    reply("clipboard", hex, 10s);
-    return fromhex(hex);
+    std::string answer;
+    ask("clipboard", answer);
+    return QByteArray::fromHex(QByteArray::fromStdString(answer)).toStdString();
 }
 
 void Game::setclipboard(const std::string& text) {
-    send("setclipboard " + tohex(text));
     std::string ignored;
-    reply("setclipboard", ignored, 10s);
+    ask("setclipboard " + hex(text), ignored);
 }
 
 std::string Game::log() {
-    readmore(0);
     std::string ignored;
-    reply("\x02", ignored, 0ms); // no answer has that tag: this only files the lines that have come
+    partial += process.readAllStandardOutput().toStdString();
+    ask("", ignored, 0ms);
     return output;
 }
 
 bool Game::logshows(const std::string& text, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (log().find(text) == std::string::npos) {
-        if (std::chrono::steady_clock::now() > end || !running()) return false;
-        readmore(20);
-    }
-    return true;
+    return poll([&] { return log().find(text) != std::string::npos; }, limit);
 }
 
 } // namespace harness

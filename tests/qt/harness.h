@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -48,9 +49,11 @@ struct Game {
     void enter();
     void escape();
 
-    // The text of the window, lines joined by "\n", trailing blanks and empty lines left out.
+    // The text of the window, lines joined by "\n", trailing blanks and empty lines left out. The program
+    // thread writes it: read it once the program waits for a key, or after a log line that follows the
+    // output, not while the program is busy.
     std::string screen(int window = 0);
-    // Polls the screen until it holds the text.
+    // Polls the screen until it holds the text (for a program that has stopped taking keys).
     bool screenshows(const std::string& text, std::chrono::milliseconds limit = 20s);
     std::string clipboard();
     void setclipboard(const std::string& text);
@@ -64,9 +67,9 @@ struct Game {
     QProcess process;
     std::string output;  // the log
     std::string partial; // an unfinished line of standard output
-    void readmore(int milliseconds);
-    bool reply(const std::string& tag, std::string& payload, std::chrono::milliseconds limit);
-    void send(const std::string& line);
+    // Sends a command and gives the answer's text; false when none came within the limit.
+    bool ask(const std::string& command, std::string& answer, std::chrono::milliseconds limit = 10s);
+    bool poll(const std::function<bool()>& condition, std::chrono::milliseconds limit);
 };
 
 } // namespace harness

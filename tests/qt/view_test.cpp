@@ -1,186 +1,97 @@
-// The display views in the Qt host: the frame where it belongs, the border round it, the last frame kept,
-// and window 0's composing bracket.
+// The real Qt windows in this process: a display window's size, border and title as the program makes
+// it, and the keys and the close box of its view.
 #include "display/display.h"
+#include "shell/events.h"
 #include "shell/platform.h"
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
-#include "tests/qt/qtsupport.h"
 
 #include <QApplication>
-#include <QMenuBar>
+#include <QScreen>
+#include <QtTest/qtestspontaneevent.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <chrono>
-#include <mutex>
+#include <thread>
 
 namespace {
 
-using namespace std::chrono_literals;
-
-using qtsupport::pumpuntil;
-
-constexpr QRgb red = 0xFFFF0000, blue = 0xFF0000FF, green = 0xFF00FF00, white = 0xFFFFFFFF;
-constexpr int border = 16, frameWidth = 64, frameHeight = 32;
-
-class View : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        savedMemory = t_MemoryInitialized.load();
-        if (t_VideoMemory.size() < 0x100000F) t_VideoMemory.assign(0x100000F, 0xFF);
-        t_MemoryInitialized = true;
-    }
-    void TearDown() override {
-        for (uint8_t n : used) {
-            t_WindowTable[n].Initialized = false;
-            t_WindowTable[n].Visible = false;
-            platformport().WindowOrderOut(n);
-        }
-        t_MemoryInitialized = savedMemory;
-    }
-    // A 24-bit window of 64 by 32 as t_InitWindow and t_WindowSize leave it, shown: left half red, right
-    // half blue, the top left pixel green.
-    void makewindow(uint8_t n, Int start) {
-        used.push_back(n);
-        t_Window& w = t_WindowTable[n];
-        w.BitDepth = 24;
-        w.Width = frameWidth;
-        w.Height = frameHeight;
-        w.BorderWidth = w.BorderHeight = border;
-        w.MemoryStart = start;
-        w.MemoryEnd = start + frameWidth * frameHeight * 3 - 1;
-        for (int y = 0; y < frameHeight; ++y)
-            for (int x = 0; x < frameWidth; ++x) paint(n, x, y, x < frameWidth / 2 ? red : blue);
-        paint(n, 0, 0, green);
-        w.Initialized = true;
-        w.Visible = true;
-        QMainWindow* window = t_Delegate->window(n);
-        const int bar = window->menuBar()->sizeHint().height();
-        window->setFixedSize(frameWidth + 2 * border, frameHeight + 2 * border + bar);
-        t_Delegate->view(n)->setGeometry(border, border, frameWidth, frameHeight);
-        platformport().WindowOrderFront(n);
-        ASSERT_TRUE(pumpuntil([&] { return window->isVisible(); }));
-    }
-    void paint(uint8_t n, int x, int y, QRgb color) {
-        uint8_t* p = t_VideoMemory.data() + t_WindowTable[n].MemoryStart + 3 * (y * frameWidth + x);
-        p[0] = qRed(color);
-        p[1] = qGreen(color);
-        p[2] = qBlue(color);
-    }
-    QImage viewshot(uint8_t n) { return t_Delegate->view(n)->grab().toImage(); }
-    // A pixel of the view at logical coordinates, whatever the density of the screen.
-    QRgb viewpixel(uint8_t n, int x, int y) {
-        const QImage shot = viewshot(n);
-        const int dpr = qRound(shot.devicePixelRatio());
-        return shot.pixel(x * dpr, y * dpr);
-    }
-    bool savedMemory = false;
-    std::vector<uint8_t> used;
-};
-
-TEST_F(View, FrameSitsUnscaledInsideTheBorderColour) {
-    makewindow(6, 0x200000);
-    platformport().SetWindowBackground(6, t_PaletteColor(5));
-    QMainWindow* window = t_Delegate->window(6);
-    const QImage shot = window->grab().toImage();
-    // In logical pixels: on a dense screen the frame is as large as elsewhere, each pixel made bigger.
-    const int dpr = qRound(shot.devicePixelRatio());
-    auto at = [&](int x, int y) { return shot.pixel(x * dpr, y * dpr); };
-    const int top = window->centralWidget()->y();
-    ASSERT_EQ(shot.width(), (frameWidth + 2 * border) * dpr);
-    EXPECT_EQ(at(border, top + border), green);
-    EXPECT_EQ(at(border + 1, top + border), red);
-    EXPECT_EQ(at(border + frameWidth / 2 - 1, top + border + frameHeight - 1), red);
-    EXPECT_EQ(at(border + frameWidth / 2, top + border), blue);
-    EXPECT_EQ(at(border + frameWidth - 1, top + border + frameHeight - 1), blue);
-    // The border on all four sides, right up to the frame.
-    const QRgb grey = 0xFF545454;
-    EXPECT_EQ(at(border - 1, top + border), grey);
-    EXPECT_EQ(at(border + frameWidth, top + border), grey);
-    EXPECT_EQ(at(border, top + border - 1), grey);
-    EXPECT_EQ(at(border, top + border + frameHeight), grey);
-    EXPECT_EQ(at(0, top + frameHeight + 2 * border - 1), grey);
-    // Another border colour shows at once.
-    platformport().SetWindowBackground(6, t_PaletteColor(2));
-    EXPECT_EQ(window->grab().toImage().pixel(2 * dpr, (top + 2) * dpr), 0xFF000080);
-}
-
-TEST_F(View, ARefreshRequestShowsTheNewFrameAndAHiddenWindowKeepsTheOld) {
-    makewindow(7, 0x210000);
-    DisplayView* view = t_Delegate->view(7);
-    ASSERT_EQ(viewpixel(7, frameWidth - 1, 0), blue);
-
-    // Through the path of the refresh: a request, then the event loop draws.
-    paint(7, frameWidth - 1, 0, white);
-    t_WindowTable[7].UpdateFinished = 0;
-    platformport().ViewNeedsDisplay(7);
-    ASSERT_TRUE(pumpuntil([] { return t_WindowTable[7].UpdateFinished.load() != 0; }));
-    EXPECT_EQ(view->Frame.Pixels[frameWidth - 1], white);
-    EXPECT_EQ(viewpixel(7, frameWidth - 1, 0), white);
-
-    // Hidden in the record, and being made anew: the view goes on showing what it showed.
-    paint(7, frameWidth - 1, 0, red);
-    t_WindowTable[7].Visible = false;
-    EXPECT_EQ(viewpixel(7, frameWidth - 1, 0), white);
-    t_WindowTable[7].Visible = true;
-    t_WindowTable[7].Initialized = false;
-    EXPECT_EQ(viewpixel(7, frameWidth - 1, 0), white);
-    t_WindowTable[7].Initialized = true;
-    EXPECT_EQ(viewpixel(7, frameWidth - 1, 0), red);
-}
-
-TEST_F(View, ARequestRedrawsOnlyWhenTheBlockOrItsPlaceChanged) {
-    makewindow(5, 0x220000);
-    t_Window& w = t_WindowTable[5];
-    auto requestdraws = [&] {
-        w.UpdateFinished = 0;
-        platformport().ViewNeedsDisplay(5);
-        return pumpuntil([&] { return w.UpdateFinished.load() != 0; }, 300ms);
-    };
-    // Let the paint of the window's first showing pass.
-    pumpuntil([] { return false; }, 100ms);
-    EXPECT_FALSE(requestdraws());
-    // The last byte of the block: the blue of the bottom right pixel.
-    t_VideoMemory[w.MemoryEnd] = 0x80;
-    EXPECT_TRUE(requestdraws());
-    EXPECT_EQ(viewpixel(5, frameWidth - 1, frameHeight - 1), 0xFF000080);
-    EXPECT_FALSE(requestdraws());
-    // Hidden in the record the view keeps its frame; shown again it draws, though no byte changed.
-    w.Visible = false;
-    viewshot(5);
-    w.Visible = true;
-    EXPECT_TRUE(requestdraws());
-    // The same bytes at another place (the block moved when another window was made anew).
-    std::copy(t_VideoMemory.begin() + w.MemoryStart, t_VideoMemory.begin() + w.MemoryEnd + 1,
-              t_VideoMemory.begin() + 0x230000);
-    w.MemoryEnd += 0x230000 - w.MemoryStart;
-    w.MemoryStart = 0x230000;
-    EXPECT_TRUE(requestdraws());
-    EXPECT_FALSE(requestdraws());
-}
-
-TEST_F(View, OnlyViewZeroBracketsItsComposingWithVerticalBlank) {
-    // A window not made logs from inside the composing, so the sink sees the flags of that moment.
-    for (uint8_t n : {0, 1}) {
-        used.push_back(n);
-        t_WindowTable[n].Initialized = false;
-    }
-    t_WindowTable[1].VerticalBlank = false;
-    std::vector<std::pair<bool, bool>> seen;
-    std::mutex mutex;
-    debuglogsink([&](std::string_view) {
-        std::lock_guard<std::mutex> lock(mutex);
-        seen.emplace_back(t_WindowTable[0].VerticalBlank.load(), t_WindowTable[1].VerticalBlank.load());
+// Runs the work on a thread of its own, as the program does, while this (the GUI) thread serves it.
+bool onprogramthread(const std::function<void()>& work) {
+    std::atomic<bool> done{false};
+    std::thread worker([&] {
+        work();
+        done = true;
     });
-    viewshot(0);
-    viewshot(1);
-    debuglogsink(nullptr);
-    ASSERT_EQ(seen.size(), 2u);
-    EXPECT_EQ(seen[0], std::make_pair(false, false)); // view 0 composing
-    EXPECT_EQ(seen[1], std::make_pair(true, false));  // view 1 leaves both alone
-    EXPECT_TRUE(t_WindowTable[0].VerticalBlank.load());
-    EXPECT_FALSE(t_WindowTable[1].VerticalBlank.load());
-    t_WindowTable[1].VerticalBlank = true;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!done.load() && std::chrono::steady_clock::now() < end)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    worker.join();
+    return done.load();
+}
+
+constexpr uint8_t number = 5;
+constexpr int width = 320, height = 200, borderWidth = 10, borderHeight = 12;
+
+TEST(QtWindow, TheProgramsWindowTakesItsSizesBorderTitleAndPlaceAndItsViewTakesEveryKey) {
+    setbundlepath("/Programme/Probe.app");
+    t_AutoUpdateRunning = true; // the refresh stays out of the way
+    bool placed = false;
+    applicationDidFinishLaunching([] {}); // measures the title bar
+    if (!t_MemoryStarted.load()) t_InitMemory();
+    ASSERT_TRUE(onprogramthread([&] {
+        t_InitWindow(number, 24, true, width, height, borderWidth, borderHeight, t_Font{}, true);
+        t_WindowFront(number);
+        t_WindowSize(number, 40, 60, -1, -1);
+        placed = t_WindowPos(number, 13) == 40 && t_WindowPos(number, 20) == 60;
+    }));
+    EXPECT_TRUE(placed);
+    QCoreApplication::processEvents();
+    QMainWindow* window = t_Delegate->window(number);
+    EXPECT_EQ(window->windowTitle(), "Probe-Grafik");
+    EXPECT_EQ(window->size(),
+              QSize(width + 2 * borderWidth, height + 2 * borderHeight + int(t_TitleBarHeight.load())));
+    EXPECT_EQ(t_Delegate->view(number)->geometry(), QRect(borderWidth, borderHeight, width, height));
+    // The frame's origin is its bottom left corner, counted up from the bottom of the screen.
+    EXPECT_EQ(window->geometry().x(), 40);
+    EXPECT_EQ(window->geometry().bottom() + 1, window->screen()->geometry().height() - 60);
+    QImage shot = window->centralWidget()->grab().toImage();
+    EXPECT_EQ(shot.pixel(2, 2), 0xFF545454u);
+    EXPECT_EQ(shot.pixel(borderWidth + width, borderHeight + height - 1), 0xFF545454u);
+    EXPECT_EQ(shot.pixel(borderWidth, borderHeight), 0xFF000000u);
+    EXPECT_EQ(shot.pixel(borderWidth + width - 1, borderHeight + height - 1), 0xFF000000u);
+    ASSERT_TRUE(onprogramthread([] { t_ColorBorder(number, 9); }));
+    EXPECT_EQ(window->centralWidget()->grab().toImage().pixel(2, 2), 0xFFFF8000u);
+
+    {
+        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
+        t_KeyQueue.clear();
+    }
+    // Tab stays in the view, and no key travels on to the window.
+    for (auto [key, text, value] :
+         {std::tuple{Qt::Key_Tab, "\t", 9}, {Qt::Key_Backtab, "", 20}, {Qt::Key_F1, "", 129}}) {
+        QKeyEvent event(QEvent::KeyPress, key, key == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier,
+                        text);
+        QCoreApplication::sendEvent(t_Delegate->view(number), &event);
+        EXPECT_TRUE(event.isAccepted()) << value;
+        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
+        ASSERT_EQ(t_KeyQueue.size(), 1u);
+        EXPECT_EQ(t_KeyQueue.back().Value, value);
+        EXPECT_EQ(t_KeyQueue.back().Window, number);
+        t_KeyQueue.clear();
+        t_KeyEventPending = false;
+    }
+    // The user's close hides the window and keeps it; a close that Qt makes itself (at quit) goes through.
+    QCloseEvent user;
+    QSpontaneKeyEvent::setSpontaneous(&user);
+    QApplication::instance()->notify(window, &user);
+    EXPECT_FALSE(user.isAccepted());
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_FALSE(t_WindowTable[number].Visible.load());
+    EXPECT_TRUE(t_WindowTable[number].Initialized.load());
+    window->show();
+    EXPECT_TRUE(window->close());
+    t_WindowTable[number].Initialized = false;
+    setbundlepath("");
 }
 
 } // namespace

@@ -1,12 +1,11 @@
 // The whole program as tests/qt/harness.h drives it: the same start as the program's own main, in the
 // bundle folder named by the first argument, and a line protocol on standard input. Each command is
-// carried out on the main thread and answered by one line on standard output that starts with byte 1;
-// everything else there is the program's log.
+// carried out on the main thread and answered by one line on standard output that starts with byte 1
+// and the command's name; everything else there is the program's log.
 #include "shell/events.h"
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
 #include "terminal/terminal.h"
-#include "tests/qt/harness/hex.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -16,71 +15,65 @@
 
 #include <cstdio>
 #include <sstream>
-#include <string>
 #include <unistd.h>
 
 namespace {
 
 void answer(const std::string& line) {
-    const std::string whole = "\x01" + line + "\n";
-    std::fwrite(whole.data(), 1, whole.size(), stdout);
+    std::printf("\x01%s\n", line.c_str());
     std::fflush(stdout);
+}
+
+std::string hex(const std::string& bytes) {
+    return QByteArray::fromStdString(bytes).toHex().toStdString();
+}
+
+std::string unhex(const std::string& text) {
+    return QByteArray::fromHex(QByteArray::fromStdString(text)).toStdString();
 }
 
 // Answers once the program has taken every queued key and then polled for the next one at least once.
 void answerwhenwaiting() {
     auto* timer = new QTimer(qApp);
-    auto* seen = new Int(-1);
-    QObject::connect(timer, &QTimer::timeout, [timer, seen] {
+    QObject::connect(timer, &QTimer::timeout, [timer, seen = Int(-1)]() mutable {
         if (t_KeyEventPending.load()) {
-            *seen = -1;
-            return;
+            seen = -1;
+        } else if (seen < 0) {
+            seen = t_KeyWaitPolls.load();
+        } else if (t_KeyWaitPolls.load() > seen) {
+            timer->deleteLater();
+            answer("wait");
         }
-        if (*seen < 0) {
-            *seen = t_KeyWaitPolls.load();
-            return;
-        }
-        if (t_KeyWaitPolls.load() <= *seen) return;
-        timer->stop();
-        timer->deleteLater();
-        delete seen;
-        answer("wait");
     });
     timer->start(1);
 }
 
 void command(const std::string& line) {
     std::istringstream in(line);
-    std::string name;
+    std::string name, text;
     in >> name;
     if (name == "key") {
         uint32_t scan = 0, mods = 0, native = 0;
         int key = 0;
-        std::string text;
         in >> scan >> key >> mods >> native >> text;
-        const QString qtext = QString::fromStdString(fromhex(text));
         const auto modifiers = Qt::KeyboardModifiers::fromInt(static_cast<int>(mods));
-        DisplayView* view = t_Delegate->view(0);
-        QKeyEvent press(QEvent::KeyPress, key, modifiers, scan, 0, native, qtext);
-        QKeyEvent release(QEvent::KeyRelease, key, modifiers, scan, 0, native, qtext);
-        QCoreApplication::sendEvent(view, &press);
-        QCoreApplication::sendEvent(view, &release);
+        for (QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+            QKeyEvent event(type, key, modifiers, scan, 0, native, QString::fromStdString(unhex(text)));
+            QCoreApplication::sendEvent(t_Delegate->view(0), &event);
+        }
         answer("key");
     } else if (name == "wait") {
         answerwhenwaiting();
     } else if (name == "screen") {
         int window = 0;
         in >> window;
-        answer("screen " + tohex(t_GetScreen(static_cast<uint8_t>(window), "\n")));
+        answer("screen " + hex(t_GetScreen(static_cast<uint8_t>(window), "\n")));
     } else if (name == "clipboard") {
-        answer("clipboard " + tohex(QGuiApplication::clipboard()->text().toStdString()));
+        answer("clipboard " + hex(QGuiApplication::clipboard()->text().toStdString()));
     } else if (name == "setclipboard") {
-        std::string text;
         in >> text;
-        QGuiApplication::clipboard()->setText(QString::fromStdString(fromhex(text)));
+        QGuiApplication::clipboard()->setText(QString::fromStdString(unhex(text)));
         answer("setclipboard");
-    } else {
-        answer("unknown");
     }
 }
 
@@ -92,23 +85,23 @@ int main(int argc, char** argv) {
     QApplication application(argc, argv);
     prepareapplication(application);
     if (argc > 1) setbundlepath(argv[1]);
+    // One call per line, so that an answer never lands inside a log line.
+    debuglogsink(
+        [](std::string_view line) { std::printf("%.*s\n", static_cast<int>(line.size()), line.data()); });
 
     auto* input = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, &application);
-    auto* pending = new std::string;
-    QObject::connect(input, &QSocketNotifier::activated, [input, pending] {
+    QObject::connect(input, &QSocketNotifier::activated, [input, pending = std::string()]() mutable {
         char buffer[4096];
         const ssize_t n = read(STDIN_FILENO, buffer, sizeof buffer);
         // The test has gone: so does the program.
         if (n <= 0) {
             input->setEnabled(false);
             quitapplication();
+            return;
         }
-        pending->append(buffer, static_cast<size_t>(n));
-        for (size_t end; (end = pending->find('\n')) != std::string::npos;) {
-            const std::string line = pending->substr(0, end);
-            pending->erase(0, end + 1);
-            command(line);
-        }
+        pending.append(buffer, static_cast<size_t>(n));
+        for (size_t end; (end = pending.find('\n')) != std::string::npos; pending.erase(0, end + 1))
+            command(pending.substr(0, end));
     });
 
     applicationWillFinishLaunching();
