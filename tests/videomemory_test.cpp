@@ -41,10 +41,10 @@ TEST_F(VideoMemory, TheRunsTwoWindowsGetTheWorkedExamplesBlocksAndLogLines) {
     t_InitWindow(1, 4, false, 640, 400, 16, 16, t_Font{}, true);
     const std::string window = "t_InitWindow: GraphicWindow #";
     // The menu clean-up's lines come between; they are the menus' own business.
-    Lines lines;
+    Lines made;
     for (const std::string& line : log.lines())
-        if (line.rfind("t_Menu", 0) != 0) lines.push_back(line);
-    EXPECT_EQ(lines,
+        if (line.rfind("t_Menu", 0) != 0) made.push_back(line);
+    EXPECT_EQ(made,
               (Lines{"t_InitMemory: Start.", "t_InitMemory: End.", window + "0 Start.",
                      window + "0 = 1280 x 800 pixel x 24 bit = 3.000,00K video-memory = $00D12000.",
                      window + "0 End.", window + "1 Start.",
