@@ -31,3 +31,12 @@ void t_QuitProgram(uint8_t window) {
     // Unwinds this thread's stack (destructors run) and ends only this thread.
     pthread_exit(nullptr);
 }
+
+#ifdef SEELENORAKEL_COVERAGE
+extern "C" void __gcov_dump();
+void writecoverage() {
+    __gcov_dump();
+}
+#else
+void writecoverage() {}
+#endif

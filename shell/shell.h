@@ -31,6 +31,8 @@ void startprocess(std::function<void()> function, int64_t stackSize);
 void callasynchronously(std::function<void()> function);
 void t_RunOnMainThread(const std::function<void()>& block);
 [[noreturn]] void t_QuitProgram(uint8_t window);
+// In a coverage build, writes the counts out before the process ends without running its exit handlers.
+void writecoverage();
 
 // Whole files and the beep.
 std::vector<uint8_t> getbinaryfromfile(const std::string& path);

@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 bash tools/setup.sh
 out=${1:-build-coverage}
 # Several threads bump the counters; atomic updates keep gcovr from meeting negative counts.
-flags="--coverage -fprofile-update=atomic -O0 -g"
+flags="--coverage -fprofile-update=atomic -O0 -g -DSEELENORAKEL_COVERAGE"
 cmake -S . -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DSEELENORAKEL_BENCH=OFF \
     -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS=--coverage >/dev/null
 cmake --build "$out"

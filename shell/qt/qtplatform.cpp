@@ -294,6 +294,7 @@ void quitapplication() {
     }
     std::fflush(stdout);
     std::fflush(stderr);
+    writecoverage();
     _exit(0);
 }
 

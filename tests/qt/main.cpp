@@ -23,5 +23,6 @@ int main(int argc, char** argv) {
     int result = RUN_ALL_TESTS();
     // Threads that the tests started may still be alive: no static destructors under them.
     std::fflush(stdout);
+    writecoverage();
     _exit(result);
 }
