@@ -140,24 +140,28 @@ class Mailbox : public QObject {
     Mailbox() = default;
 
     void post(std::function<void()> block) {
+        // The wake-up is made before the lock is let go and read only under it, so that its memory
+        // changes hands in an order the checker sees as well.
+        auto* wake = new QEvent(WakeUp);
         {
             std::lock_guard<std::mutex> lock(Guard);
             Blocks.push_back(std::move(block));
         }
-        QCoreApplication::postEvent(this, new QEvent(WakeUp));
+        QCoreApplication::postEvent(this, wake);
     }
 
   protected:
     bool event(QEvent* event) override {
-        if (event->type() != WakeUp) return QObject::event(event);
-        // One block per wake-up; a block that runs the event loop itself may meet the next one there.
-        std::function<void()> block;
-        {
-            std::lock_guard<std::mutex> lock(Guard);
-            if (Blocks.empty()) return true;
-            block = std::move(Blocks.front());
-            Blocks.pop_front();
+        std::unique_lock<std::mutex> lock(Guard);
+        if (event->type() != WakeUp) {
+            lock.unlock();
+            return QObject::event(event);
         }
+        // One block per wake-up; a block that runs the event loop itself may meet the next one there.
+        if (Blocks.empty()) return true;
+        std::function<void()> block = std::move(Blocks.front());
+        Blocks.pop_front();
+        lock.unlock();
         block();
         return true;
     }
