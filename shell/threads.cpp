@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstring>
 #include <ctime>
+#include <list>
+#include <mutex>
 #include <pthread.h>
 
 std::atomic<int64_t> t_TitleBarHeight{0};
@@ -68,8 +70,14 @@ const t_PlatformPort& platformport() {
 }
 
 void setplatformport(const t_PlatformPort& port) {
-    // Never freed: a thread may still be running one of the old record's functions.
-    installedPort.store(new t_PlatformPort(port), std::memory_order_release);
+    // Every record ever installed stays until the process ends: a thread may still be running one of an
+    // old record's functions. The list itself is never destroyed, so no exit handler frees a record
+    // under a thread that is still at work; it stays reachable from here all the same.
+    static std::mutex guard;
+    static std::list<t_PlatformPort>* const kept = new std::list<t_PlatformPort>;
+    std::lock_guard<std::mutex> lock(guard);
+    kept->push_back(port);
+    installedPort.store(&kept->back(), std::memory_order_release);
 }
 
 void setthreadname(std::string_view name) {

@@ -327,8 +327,8 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
         return;
     }
     const Int fw = font.Width, fh = font.Height;
-    // The grid test also keeps the cell inside the text block when the font was changed for one of
-    // another size, and refuses cells left of or above the grid.
+    // The grid test is ours, beyond the plain pixel test: it keeps the cell inside the text block when
+    // the font was changed for one of another size, and refuses cells left of or above the grid.
     if (x < 1 || y < 1 || x > w.TextWidth || y > w.TextHeight || w.Width < fw * x || w.Height < fh * y) {
         debuglog("t_PrintSymbol: Window #" + std::to_string(window) +
                  " illegal coordinates (x = " + std::to_string(x) + ", y = " + std::to_string(y) + ").");
@@ -337,6 +337,8 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
     const Int cell = (x - 1) + w.TextWidth * (y - 1);
     const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
     const Int memory = static_cast<Int>(t_VideoMemory.size());
+    // This guard and the two on the font cell and its glyph data below are ours, each with its log line:
+    // they keep a damaged record or font from writing outside the memory.
     if (cell >= half || w.TextMemoryEnd >= memory) {
         debuglog("t_PrintSymbol: Window #" + std::to_string(window) + " text block too small for cell (x = " +
                  std::to_string(x) + ", y = " + std::to_string(y) + ").");

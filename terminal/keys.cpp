@@ -15,7 +15,9 @@ namespace {
 void poll() {
     timespec t{0, 10000000};
     while (nanosleep(&t, &t) != 0 && errno == EINTR) {}
-    t_KeyWaitPolls.fetch_add(1, std::memory_order_relaxed);
+    // Release: whoever sees the count move may read what the thread wrote before it began to wait
+    // (the screen, the cursor).
+    t_KeyWaitPolls.fetch_add(1, std::memory_order_release);
 }
 
 // Takes the oldest event into t_CurrentEvent; false when the queue was empty. The flag is stored anew

@@ -73,9 +73,9 @@ bool printable(uint8_t window) {
     return false;
 }
 
-// Repeating a character more than a few screens over ends in the same picture and the same cursor as a
-// count shorter by whole area widths; so a huge count cannot hold the program thread. Output redirected
-// to the log keeps every character.
+// Our choice over printing every character: repeating a character more than a few screens over ends in the
+// same picture and the same cursor as a count shorter by whole area widths; so a huge count cannot hold the
+// program thread. Output redirected to the log keeps every character.
 Int repeatcount(uint8_t window, Int count) {
     const t_Window& w = t_WindowTable[window];
     const Int width = w.TextLastColumn - w.TextFirstColumn + 1;
@@ -115,6 +115,7 @@ void t_Print(uint8_t window, std::string_view text) {
         printinrun(window, run, static_cast<uint64_t>(scalar));
     }
     flushrun(window, run);
+    // A log line of our own, so that a replaced byte on the screen can be traced.
     if (illFormed) debuglog("t_Print: Text is not well-formed UTF-8; its bad bytes were printed as \"?\".");
     t_CheckPause(pauseKey, true);
 }
@@ -134,12 +135,14 @@ void t_PrintChar(uint8_t window, uint8_t character) {
 
 void t_PrintSpc(uint8_t window, Int count) {
     if (!t_TextGuard(window, "t_PrintSpc")) return;
+    // Not every blank is printed for a huge count: repeatcount's cut is our choice (same picture).
     if (count >= 1) repeatchar(window, 32, count);
 }
 
 void t_PrintTab(uint8_t window, Int column, uint8_t character) {
     if (!t_TextGuard(window, "t_PrintTab")) return;
     const Int hpos = t_WindowTable[window].TextHpos;
+    // As in t_PrintSpc, a huge distance is cut by repeatcount, our choice.
     if (column > hpos) repeatchar(window, character, column - hpos);
 }
 

@@ -54,6 +54,8 @@ std::string t_GetScreen(uint8_t window, std::string_view separator) {
     const bool inMemory = start >= 0 && width >= 0 && height >= 0 && width <= 0x10000 && height <= 0x10000 &&
                           start + width * height <= static_cast<Int>(t_VideoMemory.size());
     if (width * height > half || !inMemory) {
+        // A guard and log line of our own: the planes are read by cell, so a grid larger than its block
+        // would read past it.
         debuglog("t_GetScreen: Window #" + std::to_string(window) + " text block smaller than its grid.");
         return {};
     }
@@ -75,6 +77,7 @@ void t_InvertRect(uint8_t window, Int left, Int top, Int right, Int bottom) {
           bottom <= w.TextHeight))
         return;
     const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
+    // A guard and log line of our own, as in t_GetScreen.
     if (w.TextWidth * w.TextHeight > half) {
         debuglog("t_InvertRect: Window #" + std::to_string(window) + " text block smaller than its grid.");
         return;
@@ -94,7 +97,9 @@ void t_TextHline(uint8_t window, Int fromColumn, Int toColumn, Int line, uint8_t
     if (!t_TextGuard(window, "t_TextHline")) return;
     const t_Window& w = t_WindowTable[window];
     if (toColumn < fromColumn) return;
-    // Cells outside the grid are refused by the plotter one by one; no need to walk far beyond it.
+    // Our choice, not the plain column loop: the range is clamped to one cell past each side of the
+    // grid. Cells outside are refused by the plotter one by one, so a huge range would only hold the
+    // program thread and flood the log; the edge cells still log their refusal.
     if (fromColumn < 0) fromColumn = 0;
     if (toColumn > w.TextWidth + 1) toColumn = w.TextWidth + 1;
     for (Int x = fromColumn; x <= toColumn; ++x) t_PrintSymbol(window, symbol, w.TextColor, x, line);

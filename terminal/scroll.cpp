@@ -23,7 +23,7 @@ uint8_t attributeat(const t_Window& w, Int x, Int y) {
 }
 
 // The area's cells must lie in the grid, and the grid in the planes, for the planes to be read; t_Area
-// and t_InitWindow see to it, this is the net.
+// and t_InitWindow see to it, this is the net: a guard and log line of our own.
 bool areainside(uint8_t window, const t_Window& w, std::string_view routine) {
     const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
     if (w.TextFirstColumn >= 1 && w.TextLastColumn <= w.TextWidth && w.TextFirstLine >= 1 &&
@@ -53,6 +53,7 @@ void blankline(uint8_t window, const t_Window& w, Int line) {
 void t_MemoryMove(Int from, Int to, Int count) {
     if (count < 1) return;
     const Int size = static_cast<Int>(t_VideoMemory.size());
+    // A guard and log line of our own: a range past the memory is refused whole.
     if (from < 0 || to < 0 || count > size || from > size - count || to > size - count) {
         debuglog("t_MemoryMove: Range outside the video memory (from " + std::to_string(from) + " to " +
                  std::to_string(to) + ", " + std::to_string(count) + " bytes).");

@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs; quiet and quick when they are all there.
+# g++ brings its sanitizer runtimes with it; they are named all the same, since tools/asan.sh and
+# tools/tsan.sh link against them.
 set -eu
 packages=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libicu-dev
-          qt6-base-dev qt6-multimedia-dev libfreetype-dev fonts-dejavu-core clang libclang-rt-14-dev gcovr desktop-file-utils)
+          qt6-base-dev qt6-multimedia-dev libfreetype-dev fonts-dejavu-core clang libclang-rt-14-dev gcovr desktop-file-utils
+          libasan8 libubsan1 libtsan2)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
