@@ -145,6 +145,12 @@ bool Game::screenshows(const std::string& text, std::chrono::milliseconds limit)
     return poll([&] { return screen().find(text) != std::string::npos; }, limit);
 }
 
+std::string Game::ask(const std::string& command) {
+    std::string answer;
+    ask(command, answer);
+    return answer;
+}
+
 std::string Game::clipboard() {
     std::string answer;
     ask("clipboard", answer);

@@ -57,6 +57,10 @@ struct Game {
     bool screenshows(const std::string& text, std::chrono::milliseconds limit = 20s);
     std::string clipboard();
     void setclipboard(const std::string& text);
+    // Any other command of the program's side (harness/child.cpp), answered by its payload: "menu TAG"
+    // chooses the item of that tag, "text N" gives side window N's text (in hex), "visible N" 1 or 0,
+    // "image" the clipboard picture's size as WxH.
+    std::string ask(const std::string& command);
 
     // The program's log so far, and a wait for a line of it.
     std::string log();

@@ -8,7 +8,9 @@
 #include "terminal/terminal.h"
 
 #include <QApplication>
+#include <QAction>
 #include <QClipboard>
+#include <QImage>
 #include <QKeyEvent>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -70,6 +72,26 @@ void command(const std::string& line) {
         answer("screen " + hex(t_GetScreen(static_cast<uint8_t>(window), "\n")));
     } else if (name == "clipboard") {
         answer("clipboard " + hex(QGuiApplication::clipboard()->text().toStdString()));
+    } else if (name == "image") {
+        const QImage image = QGuiApplication::clipboard()->image();
+        answer("image " + std::to_string(image.width()) + "x" + std::to_string(image.height()));
+    } else if (name == "menu") {
+        int tag = 0;
+        in >> tag;
+        for (QMenu* menu : t_Delegate->menus())
+            for (QAction* action : menu->actions())
+                if (!action->isSeparator() && action->data().toInt() == tag) action->trigger();
+        answer("menu");
+    } else if (name == "text") {
+        int window = 0;
+        in >> window;
+        const QPlainTextEdit* view = t_Delegate->textView(window);
+        answer("text " + hex(view ? view->toPlainText().toStdString() : std::string()));
+    } else if (name == "visible") {
+        int window = 0;
+        in >> window;
+        const QMainWindow* w = t_Delegate->window(window);
+        answer(std::string("visible ") + (w && w->isVisible() ? "1" : "0"));
     } else if (name == "setclipboard") {
         in >> text;
         QGuiApplication::clipboard()->setText(QString::fromStdString(unhex(text)));

@@ -1,0 +1,111 @@
+// The menu bar of the real program: copying the screen, showing and hiding windows, the pasteboard
+// window; and a file panel asked for from the program thread.
+#include "harness.h"
+#include "shell/menus.h"
+#include "shell/qt/appdelegate.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+std::string unhex(const std::string& text) {
+    return QByteArray::fromHex(QByteArray::fromStdString(text)).toStdString();
+}
+
+TEST(MenuBar, CopyShowAndHideThroughTheMenus) {
+    harness::Bundle bundle;
+    harness::Game game(bundle);
+    ASSERT_TRUE(game.waitforkey()) << game.log();
+
+    // Copy text: the screen with the header's rule as plain bars and the desktop's line ends.
+    game.ask("menu 111");
+    const std::string header = "Das Seelenorakel" + std::string(32, ' ') + "Partnersuche für die ganze Runde";
+    std::string screen = game.screen();
+    screen = screen.substr(screen.find('\n', screen.find('\n') + 1));
+    EXPECT_EQ(game.clipboard(), header + "\n" + std::string(80, '|') + screen);
+    // Copy picture: the window's picture.
+    game.ask("menu 110");
+    EXPECT_EQ(game.ask("image"), "1280x800");
+
+    // The pasteboard window shows what the clipboard held when it was shown.
+    game.setclipboard("Zeile 1\nZeile 2");
+    game.ask("menu 211");
+    EXPECT_EQ(unhex(game.ask("text 8")), "Zeile 1\nZeile 2");
+    EXPECT_EQ(game.ask("visible 8"), "1");
+
+    // Hide all, then window 0 back; a window that was never made logs and stays away.
+    game.ask("menu 200");
+    EXPECT_EQ(game.ask("visible 0") + game.ask("visible 8"), "00");
+    game.ask("menu 213");
+    EXPECT_EQ(game.ask("visible 0"), "1");
+    game.ask("menu 217");
+    EXPECT_TRUE(game.logshows("t_MenuEventHandler: Window #2 not initialized.")) << game.log();
+    EXPECT_EQ(game.ask("visible 2"), "0");
+    // The program still reads its keys.
+    ASSERT_TRUE(game.type("l"));
+    EXPECT_NE(game.screen().find("Es sind keine Teilnehmer vorhanden."), std::string::npos);
+}
+
+// Plain Ctrl keys belong to the program: no item may take one.
+TEST(MenuBar, ShortcutsLeavePlainControlKeysToTheProgram) {
+    int shortcuts = 0;
+    for (QMenu* menu : t_Delegate->menus())
+        for (QAction* action : menu->actions()) {
+            if (action->shortcut().isEmpty()) continue;
+            ++shortcuts;
+            const Qt::KeyboardModifiers mods = action->shortcut()[0].keyboardModifiers();
+            EXPECT_TRUE(!(mods & Qt::ControlModifier) || (mods & Qt::ShiftModifier))
+                << action->text().toStdString();
+        }
+    EXPECT_GE(shortcuts, 4);
+}
+
+TEST(MenuBar, AFilePanelFromTheProgramThreadGivesThePlainPath) {
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "seelenorakel panel";
+    std::filesystem::create_directories(folder);
+    const std::string file = (folder / "Müller.txt").string();
+    std::ofstream(file) << "x";
+    std::string chosen = "nothing yet", cancelled = "nothing yet";
+    std::atomic<bool> done{false};
+    std::thread program([&] {
+        chosen = t_OpenPanel("Laden", "", "txt", true, false);
+        cancelled = t_SavePanel("neu.txt", "Sichern", "", "txt");
+        done = true;
+    });
+    // A person stands in: the first panel gets the file, the second is cancelled.
+    int panels = 0;
+    QFileDialog* last = nullptr;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        if (!dialog || dialog == last) return;
+        last = dialog;
+        if (panels++ == 0) {
+            EXPECT_EQ(dialog->labelText(QFileDialog::Accept).toStdString(), "Öffnen");
+            dialog->findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(file));
+            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+        } else {
+            EXPECT_EQ(dialog->labelText(QFileDialog::Accept).toStdString(), "Sichern");
+            QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
+        }
+    });
+    timer.start(20);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!done && std::chrono::steady_clock::now() < end)
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+    program.join();
+    EXPECT_EQ(chosen, file);
+    EXPECT_EQ(cancelled, "");
+    std::filesystem::remove_all(folder);
+}
+
+} // namespace
