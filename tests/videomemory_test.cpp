@@ -44,12 +44,11 @@ TEST_F(VideoMemory, TheRunsTwoWindowsGetTheWorkedExamplesBlocksAndLogLines) {
     Lines made;
     for (const std::string& line : log.lines())
         if (line.rfind("t_Menu", 0) != 0) made.push_back(line);
-    EXPECT_EQ(made,
-              (Lines{"t_InitMemory: Start.", "t_InitMemory: End.", window + "0 Start.",
-                     window + "0 = 1280 x 800 pixel x 24 bit = 3.000,00K video-memory = $00D12000.",
-                     window + "0 End.", window + "1 Start.",
-                     window + "1 = 640 x 400 pixel x 4 bit = 125,00K video-memory = $00CF1400.",
-                     window + "1 End."}));
+    EXPECT_EQ(made, (Lines{"t_InitMemory: Start.", "t_InitMemory: End.", window + "0 Start.",
+                           window + "0 = 1280 x 800 pixel x 24 bit = 3.000,00K video-memory = $00D12000.",
+                           window + "0 End.", window + "1 Start.",
+                           window + "1 = 640 x 400 pixel x 4 bit = 125,00K video-memory = $00CF1400.",
+                           window + "1 End."}));
     t_Window &w0 = t_WindowTable[0], &w1 = t_WindowTable[1];
     EXPECT_EQ(
         std::vector<Int>({w0.MemoryStart, w0.MemoryEnd, w0.TextMemoryStart, w0.TextMemoryEnd, w1.MemoryStart,

@@ -10,6 +10,7 @@
 #include <QMenuBar>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QVBoxLayout>
 
 #include <cstring>
 
@@ -156,16 +157,24 @@ void DisplayView::paintEvent(QPaintEvent* event) {
         if (Index == 0) record.VerticalBlank.store(true);
     }
     const int width = static_cast<int>(Frame.Width), height = static_cast<int>(Frame.Height);
+    const t_Placement p = placement();
+    painter.fillRect(rect(), Qt::black);
+    painter.fillRect(QRectF(p.X, p.Y, p.Width, p.Height), Border);
     if (width > 0 && height > 0) {
         // The words are 0xAARRGGBB, which is how this format lies in memory: no copy, no conversion.
-        // Drawn at its size in logical pixels, unscaled where the screen is not dense.
         const QImage image(reinterpret_cast<const uchar*>(Frame.Pixels.data()), width, height, width * 4,
                            QImage::Format_RGB32);
-        painter.drawImage(QPoint(0, 0), image);
+        // Whole device pixels per picture pixel are repeated, so text stays sharp; other scales blend.
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, !p.Sharp);
+        painter.drawImage(QRectF(p.X + LogicalView.x() * p.Scale, p.Y + LogicalView.y() * p.Scale,
+                                 width * p.Scale, height * p.Scale),
+                          image);
     }
-    // What the frame does not cover (no frame yet, or a view larger than the frame).
-    QRegion rest = QRegion(event->rect()) - QRegion(0, 0, width, height);
-    for (const QRect& r : rest) painter.fillRect(r, Qt::black);
+}
+
+t_Placement DisplayView::placement() const {
+    return placecontent(LogicalContent.width(), LogicalContent.height(), width(), height(),
+                        devicePixelRatioF());
 }
 
 // Tab and Shift-Tab belong to the program, not to focus traversal.
@@ -242,7 +251,10 @@ void DisplayView::mousePressEvent(QMouseEvent* event) {
     event->accept();
     if (event->button() != Qt::LeftButton && event->button() != Qt::RightButton) return;
     const t_Window& w = t_WindowTable[Index];
-    const QPointF at = event->position();
+    // Back from the scaled picture to its own pixels.
+    const t_Placement p = placement();
+    const QPointF at(topicture(event->position().x(), p.X + LogicalView.x() * p.Scale, p.Scale),
+                     topicture(event->position().y(), p.Y + LogicalView.y() * p.Scale, p.Scale));
     t_PlatformMouse mouse;
     mouse.Buttons = static_cast<Int>(event->buttons().toInt() & 3);
     mouse.ModifierFlags = mouseflags(event->modifiers());
@@ -287,7 +299,11 @@ AppDelegate::AppDelegate() {
         const int bar = menuheight(window);
         window->resize(640 + 32, 400 + 32 + bar);
         *views[n] = new DisplayView(n, window->centralWidget());
-        (*views[n])->setGeometry(16, 16, 640, 400);
+        auto* layout = new QVBoxLayout(window->centralWidget());
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(*views[n]);
+        // F11 also without the bar, which fullscreen hides.
+        window->addAction(FullScreenAction);
         window->move(40 + 24 * n, 40 + 24 * n);
     }
     PasteboardWindow = makepasteboard(menus(), PasteboardTextView);

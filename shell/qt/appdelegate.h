@@ -12,6 +12,7 @@
 #include <QWidget>
 
 #include "shell/platform.h"
+#include "shell/scaling.h"
 
 class QApplication;
 
@@ -23,6 +24,14 @@ class DisplayView : public QWidget {
 
     // The last frame composed, shown again while the window gives none (hidden, or being made anew).
     t_Image Frame;
+
+    // What the program set: the view's place in the window's content (y downward), the content's size,
+    // and the border colour around the view. The widget itself fills the content, whatever size the
+    // desktop gives it, and shows all of this scaled to fit, on black.
+    QRect LogicalView{16, 16, 640, 400};
+    QSize LogicalContent{672, 432};
+    QColor Border{Qt::black};
+    t_Placement placement() const;
 
     // A refresh request: draws unless the graphic block still holds what the frame on show was made
     // from, so that a static screen costs one comparison instead of a frame and a paint.
@@ -81,6 +90,7 @@ class AppDelegate : public QObject {
     QMenu* ApplicationMenu = nullptr;
     QMenu* EditMenu = nullptr;
     QMenu* WindowMenu = nullptr;
+    QAction* FullScreenAction = nullptr;
     void makemenus();
     std::vector<QMenu*> menus() const;
 

@@ -7,7 +7,11 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QKeySequence>
+#include <QMainWindow>
+#include <QMenuBar>
 #include <QProxyStyle>
+
+#include <cmath>
 
 namespace {
 
@@ -142,11 +146,68 @@ std::vector<std::string> runpanel(const t_PanelRequest& request) {
     return paths;
 }
 
+// The display window in front, for the desktop's own items: zoom and fullscreen.
+DisplayView* frontview() {
+    for (int n = 0; n < 8; ++n)
+        if (QApplication::activeWindow() && t_Delegate->window(n) == QApplication::activeWindow())
+            return t_Delegate->view(n);
+    return nullptr;
+}
+
+void zoom(int direction) {
+    DisplayView* view = frontview();
+    QMainWindow* window = view ? qobject_cast<QMainWindow*>(view->window()) : nullptr;
+    if (!window || window->isFullScreen()) return;
+    const double scale = direction == 0 ? 1 : zoomstep(view->placement().Scale, direction);
+    const int bar = window->menuBar()->isVisible() ? window->menuBar()->height() : 0;
+    window->resize(static_cast<int>(std::lround(view->LogicalContent.width() * scale)),
+                   static_cast<int>(std::lround(view->LogicalContent.height() * scale)) + bar);
+}
+
+// Fullscreen shows the picture alone, as large as it fits, on black; F11 also works without the bar.
+void togglefullscreen() {
+    DisplayView* view = frontview();
+    QMainWindow* window = view ? qobject_cast<QMainWindow*>(view->window()) : nullptr;
+    if (!window) return;
+    if (window->isFullScreen()) {
+        window->menuBar()->show();
+        window->showNormal();
+    } else {
+        window->menuBar()->hide();
+        window->showFullScreen();
+    }
+}
+
 } // namespace
 
 void AppDelegate::makemenus() {
     EditMenu = makemenu("Bearbeiten", editItems, std::size(editItems));
     WindowMenu = makemenu("Fenster", windowItems, std::size(windowItems));
+    // The desktop's own: no tag, nothing the program is told of.
+    WindowMenu->addSeparator();
+    FullScreenAction = WindowMenu->addAction("Vollbild", QKeySequence(Qt::Key_F11));
+    QObject::connect(FullScreenAction, &QAction::triggered, [] { togglefullscreen(); });
+    const struct {
+        const char* title;
+        QList<QKeySequence> keys;
+        int direction;
+    } zooms[] = {
+        {"Originalgröße", {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_0)}, 0},
+        {"Größer",
+         {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Plus),
+          QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Asterisk),
+          QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Equal)},
+         1},
+        {"Kleiner",
+         {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Minus),
+          QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Underscore)},
+         -1},
+    };
+    for (const auto& z : zooms) {
+        QAction* action = WindowMenu->addAction(z.title);
+        action->setShortcuts(z.keys);
+        QObject::connect(action, &QAction::triggered, [direction = z.direction] { zoom(direction); });
+    }
 }
 
 std::vector<QMenu*> AppDelegate::menus() const {

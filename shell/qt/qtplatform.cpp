@@ -16,6 +16,7 @@
 #include <QScreen>
 #include <QSocketNotifier>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -221,16 +222,35 @@ t_PlatformPort qtplatformport() {
     port.Ruler = [](uint8_t n) { return token(t_Delegate ? t_Delegate->ruler(n) : nullptr); };
     port.MainWindow = [] { return token(QApplication::activeWindow()); };
 
+    // A display window answers with the size the program set, whatever size it is shown at.
     port.WindowFrame = [](uint8_t n) {
         QMainWindow* w = windowof(n);
-        return w ? fromglobal(w->geometry()) : t_PlatformRect{};
+        if (!w) return t_PlatformRect{};
+        const DisplayView* v = viewof(n);
+        if (!v) return fromglobal(w->geometry());
+        return fromglobal(QRect(w->geometry().topLeft(),
+                                QSize(v->LogicalContent.width(), v->LogicalContent.height() + barheight(w))));
     };
     port.SetWindowFrame = [](uint8_t n, t_PlatformRect frame) {
         QMainWindow* w = windowof(n);
         if (!w) return;
         QRect r = toglobal(frame);
-        // Display windows are not resizable by the user.
-        if (n < 8) w->setFixedSize(r.size());
+        DisplayView* v = viewof(n);
+        if (v) {
+            // Shown scaled down where the frame doesn't fit the screen's available area, bar included.
+            const int bar = barheight(w);
+            v->LogicalContent = QSize(r.width(), r.height() - bar);
+            QScreen* screen = QGuiApplication::screenAt(r.center());
+            const QRect area = (screen ? screen : w->screen())->availableGeometry();
+            const double scale = startscale(r.width(), r.height(), bar, area.width(), area.height());
+            r.setSize(QSize(whole(v->LogicalContent.width() * scale),
+                            whole(v->LogicalContent.height() * scale) + bar));
+            if (scale < 1)
+                r.moveTo(std::clamp(r.x(), area.left(), area.right() + 1 - r.width()),
+                         std::clamp(r.y(), area.top(), area.bottom() + 1 - r.height()));
+            w->setMinimumSize(160, 100 + bar);
+            v->update();
+        }
         w->setGeometry(r);
     };
     port.WindowCenter = [](uint8_t n) {
@@ -273,6 +293,10 @@ t_PlatformPort qtplatformport() {
         if (visible) w->show();
     };
     port.SetWindowBackground = [](uint8_t n, t_RGBColor color) {
+        if (DisplayView* v = viewof(n)) {
+            v->Border = QColor(color.Red, color.Green, color.Blue);
+            v->update();
+        }
         QMainWindow* w = windowof(n);
         if (!w || !w->centralWidget()) return;
         QPalette palette = w->centralWidget()->palette();
@@ -294,7 +318,12 @@ t_PlatformPort qtplatformport() {
 
     port.SetViewFrame = [](uint8_t n, t_PlatformRect frame) {
         DisplayView* v = viewof(n);
-        if (v) v->setGeometry(tocontent(windowof(n), frame));
+        if (!v) return;
+        const t_PlatformRect r = frame;
+        // In the content the program set, y downward; the view scales it with the window.
+        v->LogicalView = QRect(whole(r.X), v->LogicalContent.height() - whole(r.Y + r.Height), whole(r.Width),
+                               whole(r.Height));
+        v->update();
     };
     port.ViewNeedsDisplay = [](uint8_t n) {
         if (DisplayView* v = viewof(n)) v->refresh();

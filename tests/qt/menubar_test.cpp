@@ -13,6 +13,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
 namespace {
@@ -51,6 +52,27 @@ TEST(MenuBar, CopyShowAndHideThroughTheMenus) {
     EXPECT_TRUE(game.logshows("t_MenuEventHandler: Window #2 not initialized.")) << game.log();
     EXPECT_EQ(game.ask("visible 2"), "0");
     // The program still reads its keys.
+    ASSERT_TRUE(game.type("l"));
+    EXPECT_NE(game.screen().find("Es sind keine Teilnehmer vorhanden."), std::string::npos);
+}
+
+// On a 1366 by 768 laptop window 0 is shown scaled down, whole inside the screen's available area.
+TEST(MenuBar, TheWindowFitsALaptopScreen) {
+    const std::string config = (std::filesystem::temp_directory_path() / "seelenorakel-laptop.json").string();
+    std::ofstream(config)
+        << R"({"windowFrameMargins": false, "screens": [{"name": "laptop", "x": 0, "y": 0, "width": 1366, "height": 768,)"
+           R"( "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})";
+    harness::Bundle bundle;
+    harness::Game game(bundle, "offscreen:configfile=" + config);
+    ASSERT_TRUE(game.waitforkey()) << game.log();
+    int x, y, w, h, ax, ay, aw, ah;
+    std::istringstream(game.ask("geometry 0") + " " + game.ask("area 0")) >> x >> y >> w >> h >> ax >> ay >>
+        aw >> ah;
+    EXPECT_EQ(aw, 1366);
+    EXPECT_TRUE(x >= ax && y >= ay && x + w <= ax + aw && y + h <= ay + ah)
+        << x << " " << y << " " << w << " " << h;
+    EXPECT_LT(h, 832);
+    // The program's own idea of its window is what it set.
     ASSERT_TRUE(game.type("l"));
     EXPECT_NE(game.screen().find("Es sind keine Teilnehmer vorhanden."), std::string::npos);
 }

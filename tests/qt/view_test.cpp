@@ -50,7 +50,7 @@ TEST(QtWindow, TheProgramsWindowTakesItsSizesBorderTitleAndPlaceAndItsViewTakesE
     EXPECT_EQ(window->windowTitle(), "Probe-Grafik");
     EXPECT_EQ(window->size(),
               QSize(width + 2 * borderWidth, height + 2 * borderHeight + int(t_TitleBarHeight.load())));
-    EXPECT_EQ(t_Delegate->view(number)->geometry(), QRect(borderWidth, borderHeight, width, height));
+    EXPECT_EQ(t_Delegate->view(number)->LogicalView, QRect(borderWidth, borderHeight, width, height));
     // The frame's origin is its bottom left corner, counted up from the bottom of the screen.
     EXPECT_EQ(window->geometry().x(), 40);
     EXPECT_EQ(window->geometry().bottom() + 1, window->screen()->geometry().height() - 60);

@@ -11,6 +11,7 @@
 #include <QAction>
 #include <QClipboard>
 #include <QImage>
+#include <QScreen>
 #include <QKeyEvent>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -92,6 +93,13 @@ void command(const std::string& line) {
         in >> window;
         const QMainWindow* w = t_Delegate->window(window);
         answer(std::string("visible ") + (w && w->isVisible() ? "1" : "0"));
+    } else if (name == "geometry" || name == "area") {
+        int window = 0;
+        in >> window;
+        const QMainWindow* w = t_Delegate->window(window);
+        const QRect r = !w ? QRect() : name == "area" ? w->screen()->availableGeometry() : w->geometry();
+        answer(name + " " + std::to_string(r.x()) + " " + std::to_string(r.y()) + " " +
+               std::to_string(r.width()) + " " + std::to_string(r.height()));
     } else if (name == "setclipboard") {
         in >> text;
         QGuiApplication::clipboard()->setText(QString::fromStdString(unhex(text)));
