@@ -50,4 +50,4 @@ for task in /proc/$pid/task/*; do
         'BEGIN { printf "  thread %-16s %5.1f%%\n", n, 100 * u / k / s }'
 done
 awk -v u="$((total1 - total0))" -v s="$span" -v k="$ticks" \
-    'BEGIN { printf "process CPU share: %.1f%% of one core (target: under 5%%)\n", 100 * u / k / s }'
+    'BEGIN { printf "process CPU share: %.1f%% of one core (target: under 1%%)\n", 100 * u / k / s }'

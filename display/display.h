@@ -157,5 +157,11 @@ struct t_Image {
 bool t_WindowImage(uint8_t window, t_Image& frame);
 // The frame as a picture of its own, for the pasteboard; Width 0 when there is none.
 t_Image t_WindowCopyImage(uint8_t window);
+// Starts the refresh process unless it runs, and wakes it: a window was made.
+void t_StartAutoUpdate();
+// Wakes an idle refresh and brings every window back to its full rate: a key was pressed.
+void t_RefreshWake();
+// A view tells whether the frame it was asked for showed anything new. Main thread.
+void t_WindowFrameShown(uint8_t window, bool changed);
 // The refresh's clock in milliseconds; nullptr puts back absolutetimems. For tests.
 void setrefreshclock(int64_t (*clock)());

@@ -219,7 +219,7 @@ void t_InitWindow(uint8_t window, Int bitDepth, bool autoUpdate, Int width, Int 
     waitformemory();
     uint8_t none = 255;
     t_DefaultWindow.compare_exchange_strong(none, window);
-    if (!t_AutoUpdateRunning.load(std::memory_order_acquire)) callasynchronously(t_WindowAutoUpdateProcess);
+    t_StartAutoUpdate();
     t_Window& w = t_WindowTable[window];
     if (w.Initialized.load(std::memory_order_acquire)) freeblocks(window);
 
@@ -339,6 +339,8 @@ void t_InitWindow(uint8_t window, Int bitDepth, bool autoUpdate, Int width, Int 
     w.Font = font;
     // Last, so that the drawing path and the refresh see a complete record.
     w.Initialized.store(true, std::memory_order_release);
+    // The first sweep after this makes a request at once.
+    t_RefreshWake();
     t_ClearWindowMemory(window);
     t_WindowTitle(window, windowtitle(w.TextMemoryStart >= 0));
     t_WindowSize(window, -1, -1, width, height);

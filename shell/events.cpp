@@ -163,6 +163,8 @@ bool t_KeyEventValue(const t_PlatformKey& event, t_KeyValue& out) {
 
 void t_KeyEventHandler(uint8_t window, const t_PlatformKey& event) {
     const Int time = absolutetimems();
+    // What the key brings to the screen shows at the full frame rate.
+    t_RefreshWake();
     storemodifierstate(event.ModifierFlags);
     const bool option = event.ModifierFlags & t_ModOption;
     const bool control = event.ModifierFlags & t_ModControl;

@@ -143,7 +143,9 @@ void DisplayView::takesource() {
 }
 
 void DisplayView::refresh() {
-    if (!sourceunchanged()) update();
+    const bool changed = !sourceunchanged();
+    t_WindowFrameShown(static_cast<uint8_t>(Index), changed);
+    if (changed) update();
 }
 
 void DisplayView::paintEvent(QPaintEvent* event) {
