@@ -141,6 +141,8 @@ void t_WindowCenter(uint8_t window);
 void t_WindowFront(uint8_t window);
 void t_WindowVisible(uint8_t window, bool visible);
 void t_WindowTitle(uint8_t window, const std::string& title);
+// The title a window gets when it is made: the application's name, "-Grafik" behind it without text.
+std::string defaultwindowtitle(bool hasText);
 void t_WindowTitleVisible(uint8_t window, bool visible);
 
 // ---- Frames and refresh ----

@@ -182,6 +182,10 @@ std::string windowtitle(bool hasText) {
 
 } // namespace
 
+std::string defaultwindowtitle(bool hasText) {
+    return windowtitle(hasText);
+}
+
 void t_InitMemory() {
     bool expected = false;
     if (!t_MemoryStarted.compare_exchange_strong(expected, true, std::memory_order_acq_rel)) return;

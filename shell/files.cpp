@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <dirent.h>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -44,6 +45,24 @@ int syncfolder(const std::string& folder) {
     if (code == EINVAL || code == EROFS) code = 0;
     close(fd);
     return code;
+}
+
+// Where no file can be made beside it, the file itself is rewritten: not safe against a crash in the
+// middle, but the only way to save at all.
+int writeinplace(const std::string& target, const std::string& path, std::string_view text) {
+    const int fd = open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    int code = fd < 0 ? errno : writeall(fd, text);
+    if (fd >= 0 && code == 0 && fsync(fd) != 0) code = errno;
+    if (fd >= 0) {
+        const int closed = closefile(fd);
+        if (code == 0) code = closed;
+    }
+    if (code != 0) {
+        debuglog("setstringtofile: Error #" + errortext(code, path));
+        return code;
+    }
+    debuglog("setstringtofile: No file can be made beside " + path + ", so it was written in place.");
+    return 0;
 }
 
 } // namespace
@@ -97,6 +116,12 @@ int64_t setstringtofile(const std::string& path, std::string_view text) {
     const std::string folder = slash == std::string::npos ? "." : target.substr(0, slash + 1);
     const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
 
+    // A file the user has made read-only stays as it is.
+    struct stat current {};
+    if (stat(target.c_str(), &current) == 0 && S_ISREG(current.st_mode) && !(current.st_mode & S_IWUSR)) {
+        debuglog("setstringtofile: The file is read-only and was not saved: " + path);
+        return EACCES;
+    }
     // A fresh name beside the target, created exclusively, so the rename stays within one file system.
     static std::atomic<uint64_t> serial{0};
     std::string temporary;
@@ -109,6 +134,7 @@ int64_t setstringtofile(const std::string& path, std::string_view text) {
     }
     if (fd < 0) {
         const int code = errno;
+        if (code == EACCES || code == EPERM || code == EROFS) return writeinplace(target, path, text);
         debuglog("setstringtofile: Error #" + errortext(code, path));
         return code;
     }
@@ -136,4 +162,27 @@ int64_t setstringtofile(const std::string& path, std::string_view text) {
 
 bool folderwritable(const std::string& folder) {
     return access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
+}
+
+int64_t filesize(const std::string& path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) ? static_cast<int64_t>(info.st_size) : -1;
+}
+
+void removeleftovers(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash);
+    const std::string start = "." + path.substr(slash == std::string::npos ? 0 : slash + 1) + ".";
+    DIR* dir = opendir(folder.c_str());
+    if (!dir) return;
+    while (const dirent* entry = readdir(dir)) {
+        const std::string name = entry->d_name;
+        if (name.size() <= start.size() + 4 || name.compare(0, start.size(), start) != 0 ||
+            name.compare(name.size() - 4, 4, ".tmp") != 0)
+            continue;
+        const std::string leftover = folder + "/" + name;
+        if (unlink(leftover.c_str()) == 0)
+            debuglog("removeleftovers: Removed " + leftover + ", left by a save that was cut off.");
+    }
+    closedir(dir);
 }

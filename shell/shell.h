@@ -37,6 +37,10 @@ void writecoverage();
 // Whole files and the beep.
 std::vector<uint8_t> getbinaryfromfile(const std::string& path);
 int64_t setstringtofile(const std::string& path, std::string_view text);
+// The size of a plain file, -1 when there is none.
+int64_t filesize(const std::string& path);
+// Removes the temporary files that saves of this file cut off by a crash have left beside it.
+void removeleftovers(const std::string& path);
 // True when files can be made in the folder.
 bool folderwritable(const std::string& folder);
 void t_Beep();

@@ -148,7 +148,7 @@ void DisplayView::refresh() {
     if (changed) update();
 }
 
-void DisplayView::paintEvent(QPaintEvent* event) {
+void DisplayView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     if (t_MemoryInitialized.load(std::memory_order_acquire)) {
         // Window 0 tells the refresh that a frame is being composed.

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -244,6 +246,42 @@ TEST(Game, TheWorkedExampleEndsTheEvening) {
                                     "*: Es wird das andere Geschlecht bevorzugt.\n");
     EXPECT_TRUE(shows(game, candidate)) << game.screen();
     EXPECT_FALSE(game.waitforkey(300ms));
+}
+
+// The data file is what the evening leaves behind: a file that didn't load is kept, leftovers of a cut-off
+// save go, and a save that fails shows in the title.
+TEST(Game, TheDataFileIsNeverLost) {
+    const std::string someone = "\rAb\rCd\r1990\r1\r1\r0"
+                                "11"
+                                "170\r70\r"
+                                "111" +
+                                std::string(38, '3') + "000n";
+    {
+        harness::Bundle bundle;
+        const std::string edited = "T0\nF0 Name\nAnna\n";
+        bundle.writedata(edited);
+        std::ofstream(bundle.folder + ".Seelenorakel-Daten.txt.99.0.tmp") << "halb";
+        harness::Game game(bundle);
+        ASSERT_TRUE(game.waitforkey()) << game.log();
+        EXPECT_TRUE(
+            game.logshows("removeleftovers: Removed " + bundle.folder + ".Seelenorakel-Daten.txt.99.0.tmp"));
+        EXPECT_TRUE(game.logshows("; its bytes were kept in " + bundle.datafile() + ".")) << game.log();
+        std::vector<std::string> kept;
+        for (const auto& entry : std::filesystem::directory_iterator(bundle.folder))
+            if (entry.path().extension() == ".bak") kept.push_back(entry.path().string());
+        ASSERT_EQ(kept.size(), 1u);
+        std::ifstream in(kept[0], std::ios::binary);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), edited);
+        EXPECT_FALSE(std::filesystem::exists(bundle.folder + ".Seelenorakel-Daten.txt.99.0.tmp"));
+    }
+    harness::Bundle bundle;
+    std::filesystem::create_directory(bundle.datafile());
+    harness::Game game(bundle);
+    ASSERT_TRUE(game.waitforkey()) << game.log();
+    keys(game, "\r" + someone);
+    EXPECT_TRUE(game.logshows("setstringtofile: Error #")) << game.log();
+    EXPECT_EQ(game.ask("title 0"), "Seelenorakel – Letztes Speichern fehlgeschlagen!");
+    EXPECT_TRUE(shows(game, "Bitte den 2. Teilnehmer eingeben.")) << game.screen();
 }
 
 } // namespace

@@ -61,7 +61,7 @@ struct Game {
     // Any other command of the program's side (harness/child.cpp), answered by its payload: "menu TAG"
     // chooses the item of that tag, "text N" gives side window N's text (in hex), "visible N" 1 or 0,
     // "image" the clipboard picture's size as WxH, "geometry N" window N's place and size and "area" the
-    // screen's available area, each as "x y w h".
+    // screen's available area, each as "x y w h", "title N" window N's title.
     std::string ask(const std::string& command);
 
     // The program's log so far, and a wait for a line of it.

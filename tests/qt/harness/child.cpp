@@ -100,6 +100,11 @@ void command(const std::string& line) {
         const QRect r = !w ? QRect() : name == "area" ? w->screen()->availableGeometry() : w->geometry();
         answer(name + " " + std::to_string(r.x()) + " " + std::to_string(r.y()) + " " +
                std::to_string(r.width()) + " " + std::to_string(r.height()));
+    } else if (name == "title") {
+        int window = 0;
+        in >> window;
+        const QMainWindow* w = t_Delegate->window(window);
+        answer("title " + (w ? w->windowTitle().toStdString() : std::string()));
     } else if (name == "setclipboard") {
         in >> text;
         QGuiApplication::clipboard()->setText(QString::fromStdString(unhex(text)));
