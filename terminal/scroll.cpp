@@ -43,6 +43,13 @@ template <typename Body> void withoutinverse(t_Window& w, Body body) {
     w.TextInverse = inverse;
 }
 
+// A move of the graphic block stays inside the window's own block. After a font of another cell size the
+// grid may reach past it; such a window is scrolled cell by cell, where every plot is checked.
+bool inblock(const t_Window& w, Int from, Int to, Int count) {
+    return count >= 0 && from >= w.MemoryStart && to >= w.MemoryStart && from + count - 1 <= w.MemoryEnd &&
+           to + count - 1 <= w.MemoryEnd;
+}
+
 void blankline(uint8_t window, const t_Window& w, Int line) {
     for (Int x = w.TextFirstColumn; x <= w.TextLastColumn; ++x)
         t_PrintSymbol(window, 32, w.TextColor, x, line);
@@ -69,13 +76,13 @@ void t_ScrollUp(uint8_t window) {
     if (!areainside(window, w, "t_ScrollUp")) return;
     const Int c1 = w.TextFirstColumn, c2 = w.TextLastColumn, f = w.TextFirstLine, l = w.TextLastLine;
     const Int width = w.TextWidth;
-    if (c1 == 1 && c2 == width) {
+    const Int d = w.BitDepth, fw = w.Font.Width, fh = w.Font.Height, pw = w.Width, m = w.MemoryStart;
+    const Int s = (d * fh * f * pw) / 8, count = ((fw * width + (fh * l - 1) * pw) * d) / 8 - s;
+    if (c1 == 1 && c2 == width && inblock(w, m + s, m + s - (d * fh * pw) / 8, count)) {
         const Int a = attributeplane(w), t = w.TextMemoryStart;
         t_MemoryMove(a + width * f, a + width * f - width, width * l - width * f);
         t_MemoryMove(t + width * f, t + width * f - width, width * l - width * f);
-        const Int d = w.BitDepth, fw = w.Font.Width, fh = w.Font.Height, pw = w.Width, m = w.MemoryStart;
-        const Int s = (d * fh * f * pw) / 8;
-        t_MemoryMove(m + s, m + s - (d * fh * pw) / 8, ((fw * width + (fh * l - 1) * pw) * d) / 8 - s);
+        t_MemoryMove(m + s, m + s - (d * fh * pw) / 8, count);
     } else {
         withoutinverse(w, [&] {
             for (Int y = f; y < l; ++y)
@@ -93,14 +100,15 @@ void t_ScrollDown(uint8_t window) {
     if (!areainside(window, w, "t_ScrollDown")) return;
     const Int c1 = w.TextFirstColumn, c2 = w.TextLastColumn, f = w.TextFirstLine, l = w.TextLastLine;
     const Int width = w.TextWidth;
-    if (c1 == 1 && c2 == width) {
-        const Int f1 = f - 1;
+    const Int f1 = f - 1;
+    const Int d = w.BitDepth, fw = w.Font.Width, fh = w.Font.Height, pw = w.Width, m = w.MemoryStart;
+    const Int g = m + (d * fh * f1 * pw) / 8,
+              count = m + ((fw * width + (fh * (l - 1) - 1) * pw) * d) / 8 - g;
+    if (c1 == 1 && c2 == width && inblock(w, g, g + (d * fh * pw) / 8, count)) {
         const Int a = attributeplane(w), t = w.TextMemoryStart;
         t_MemoryMove(a + width * f1, a + width * f1 + width, (l - 1 - f1) * width);
         t_MemoryMove(t + width * f1, t + width * f1 + width, (l - 1 - f1) * width);
-        const Int d = w.BitDepth, fw = w.Font.Width, fh = w.Font.Height, pw = w.Width, m = w.MemoryStart;
-        const Int g = m + (d * fh * f1 * pw) / 8;
-        t_MemoryMove(g, g + (d * fh * pw) / 8, m + ((fw * width + (fh * (l - 1) - 1) * pw) * d) / 8 - g);
+        t_MemoryMove(g, g + (d * fh * pw) / 8, count);
     } else {
         withoutinverse(w, [&] {
             for (Int y = l; y > f; --y)
