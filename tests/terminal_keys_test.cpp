@@ -67,36 +67,6 @@ TEST_F(Keys, WaitingShowsTheCursorAndSkipsEventsWithoutACharacter) {
     EXPECT_FALSE(t_KeyEventPending.load());
 }
 
-// The views and a paste fill the queue at the same time while the program reads: each producer's keys
-// arrive whole and in their order. Values 129 and up come from the function key range, one per key.
-TEST_F(Keys, TwoProducersAndAReaderLoseNothing) {
-    constexpr Int each = 50000;
-    std::string pasted;
-    for (Int i = 0; i < each; ++i) pasted += static_cast<char>('a' + i % 26);
-    std::thread views([&] {
-        for (Int i = 0; i < each; ++i) typed(stringfromscalar(0xF704 + i));
-    });
-    std::thread paste([&] {
-        for (Int i = 0; i < each; i += 1000) t_PostKeyString(std::string_view(pasted).substr(i, 1000));
-    });
-    Int fromViews = 0, fromPaste = 0, wrong = 0;
-    for (Int i = 0; i < 2 * each; ++i) {
-        t_WaitKey(win);
-        const t_Event& e = t_CurrentEvent;
-        if (e.Window == win) {
-            wrong += e.Value != 129 + fromViews || e.Description != stringfromscalar(0xF704 + fromViews);
-            ++fromViews;
-        } else {
-            wrong += e.Window != 1 || e.Index != 0 || e.Value != pasted[static_cast<size_t>(fromPaste++)];
-        }
-    }
-    views.join();
-    paste.join();
-    EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(fromViews, each);
-    EXPECT_EQ(queued(), 0u);
-}
-
 // Ctrl-S typed while output runs: printing stops at the next check, the keys typed before it are lost,
 // the key (or menu choice) that ends the pause is used up, and the one after it is read.
 TEST_F(Keys, AKeyTypedWhileOutputIsPausedResumesItAndIsNotDelivered) {

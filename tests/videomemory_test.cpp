@@ -44,12 +44,11 @@ TEST_F(VideoMemory, TheRunsTwoWindowsGetTheWorkedExamplesBlocksAndLogLines) {
     Lines made;
     for (const std::string& line : log.lines())
         if (line.rfind("t_Menu", 0) != 0) made.push_back(line);
-    EXPECT_EQ(made,
-              (Lines{"t_InitMemory: Start.", "t_InitMemory: End.", window + "0 Start.",
-                     window + "0 = 1280 x 800 pixel x 24 bit = 3.000,00K video-memory = $00D12000.",
-                     window + "0 End.", window + "1 Start.",
-                     window + "1 = 640 x 400 pixel x 4 bit = 125,00K video-memory = $00CF1400.",
-                     window + "1 End."}));
+    EXPECT_EQ(made, (Lines{"t_InitMemory: Start.", "t_InitMemory: End.", window + "0 Start.",
+                           window + "0 = 1280 x 800 pixel x 24 bit = 3.000,00K video-memory = $00D12000.",
+                           window + "0 End.", window + "1 Start.",
+                           window + "1 = 640 x 400 pixel x 4 bit = 125,00K video-memory = $00CF1400.",
+                           window + "1 End."}));
     t_Window &w0 = t_WindowTable[0], &w1 = t_WindowTable[1];
     EXPECT_EQ(
         std::vector<Int>({w0.MemoryStart, w0.MemoryEnd, w0.TextMemoryStart, w0.TextMemoryEnd, w1.MemoryStart,
@@ -179,27 +178,6 @@ TEST_F(VideoMemory, RefusalsLeaveTheMemoryAsItWas) {
     EXPECT_LT(t_HighMemory, high);
     EXPECT_TRUE(t_WindowTable[5].Font.Data.empty());
     for (uint8_t n : {0, 3, 4, 5}) EXPECT_FALSE(t_WindowTable[n].Initialized.load()) << int(n);
-}
-
-TEST_F(VideoMemory, ClearingAt32BitsWritesFFAndBlackAndSparesTheTop) {
-    quietwindow(2, 32, 40, 36, 0, 0, cellfont(8, 12));
-    t_Window& w = t_WindowTable[2];
-    const Int size = 40 * 36 * 4, half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2, cells = 5 * 3;
-    ASSERT_GT(w.MemoryEnd - w.MemoryStart + 1, size); // the rounding left spare bytes
-    std::fill(t_VideoMemory.begin() + w.TextMemoryStart, t_VideoMemory.begin() + w.MemoryEnd + 1, 0x77);
-    w.TextColor = 0x5A;
-    t_ClearWindowMemory(2);
-    for (Int a = w.MemoryStart; a < w.MemoryStart + size; a += 4)
-        ASSERT_TRUE(t_VideoMemory[a] == 0xFF && allbytes(a + 1, a + 3, 0)) << a;
-    EXPECT_TRUE(allbytes(w.MemoryStart + size, w.MemoryEnd, 0x77) &&
-                allbytes(w.TextMemoryStart, w.TextMemoryStart + 14, 0x20));
-    EXPECT_TRUE(allbytes(w.TextMemoryStart + cells, w.TextMemoryStart + half - 1, 0x77));
-    EXPECT_TRUE(allbytes(w.TextMemoryStart + half, w.TextMemoryStart + half + cells - 1, 0x5A));
-    EXPECT_TRUE(allbytes(w.TextMemoryStart + half + cells, w.TextMemoryEnd, 0x77));
-    const std::vector<uint8_t> before = t_VideoMemory; // numbers beyond the table and blank records stay
-    t_ClearWindowMemory(9);
-    t_ClearWindowMemory(5);
-    EXPECT_TRUE(before == t_VideoMemory);
 }
 
 TEST_F(VideoMemory, ASecondCallerWaitsUntilTheMemoryIsReady) {
