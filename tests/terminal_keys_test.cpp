@@ -1,5 +1,4 @@
-// Reading keys on the program thread: the wait with its cursor, the order of a flood of keys from two
-// producers, the output pause and the yes/no question.
+// Reading keys on the program thread: the wait with its cursor, the output pause and the yes/no question.
 #include "terminal_fixture.h"
 
 #include "shell/events.h"
