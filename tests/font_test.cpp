@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -144,32 +143,6 @@ TEST(FontFiles, FilesByTheirTable) {
               std::vector<Int>({0x01020304, 1, 3, 2, 3, 0xABCD}));
     std::filesystem::remove_all(std::filesystem::temp_directory_path() /
                                 ("fonttest" + std::to_string(getpid())));
-}
-
-TEST(BuiltFonts, BothFacesHaveTheSlotsTheTerminalUses) {
-    setbundlepath(testsupport::builtbundle());
-    LogCapture log;
-    const t_Font bold = t_LoadFontResource("MenloBold 16x32.font");
-    const t_Font regular = t_LoadFontResource("MenloRegular 16x32.font");
-    setbundlepath("");
-    EXPECT_TRUE(log.lines.empty()) << "build the seelenorakel_resources target first";
-    auto ink = [](const t_Font& f, int symbol, int row = -1, int threshold = 128) {
-        const auto from = f.Data.begin() + symbol * 512 + (row < 0 ? 0 : row * 16);
-        return std::count_if(from, from + (row < 0 ? 512 : 16), [&](uint8_t g) { return g >= threshold; });
-    };
-    for (const t_Font* f : {&bold, &regular}) {
-        ASSERT_EQ(f->Data.size(), 131072u);
-        EXPECT_EQ(std::vector<Int>({f->Format, f->Size, f->Start, f->End, f->Width, f->Height, f->Reserved}),
-                  std::vector<Int>({2, 131072, 0, 255, 16, 32, 0}));
-        EXPECT_GT(ink(*f, 'A'), 40);
-        EXPECT_GT(ink(*f, 228), ink(*f, 'a')); // ä is a with its dots
-        EXPECT_EQ(ink(*f, 32, -1, 1) + ink(*f, 160, -1, 1), 0);
-        EXPECT_EQ(ink(*f, 129), 512); // full block
-        // The rule: rows at full strength through every column in the middle, and nothing else full.
-        for (int y = 0; y < 32; ++y) EXPECT_EQ(ink(*f, 156, y, 255) % 16, 0) << y;
-        EXPECT_EQ(ink(*f, 156, 15, 255) + ink(*f, 156, 16, 255), 32);
-    }
-    EXPECT_GT(ink(bold, 'A'), ink(regular, 'A'));
 }
 
 } // namespace

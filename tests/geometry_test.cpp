@@ -7,16 +7,6 @@ using windowtest::palette;
 
 class Geometry : public windowtest::WindowTest {};
 
-TEST(Palette, SixteenFixedColoursAndBlackBeyond) {
-    for (uint64_t i = 0; i < 18; ++i) {
-        const t_RGBColor c = t_PaletteColor(i < 17 ? i : UINT64_MAX);
-        const auto& p = palette[i < 16 ? i : 0];
-        EXPECT_EQ(std::vector<int>({c.Red, c.Green, c.Blue, c.Alpha}),
-                  std::vector<int>({p[0], p[1], p[2], 255}))
-            << i;
-    }
-}
-
 TEST_F(Geometry, ColoursMeasuresAndThePlatformCalls) {
     // Before the memory, graphic windows measure their frames, and side windows always do.
     recorder->screen->frame[3] = {100.7, 200.9, 700.5, 500.2};

@@ -1,5 +1,4 @@
-// Reading keys on the program thread: the wait with its cursor, the order of a flood of keys from two
-// producers, the output pause and the yes/no question.
+// Reading keys on the program thread: the wait with its cursor, the output pause and the yes/no question.
 #include "terminal_fixture.h"
 
 #include "shell/events.h"
@@ -65,36 +64,6 @@ TEST_F(Keys, WaitingShowsTheCursorAndSkipsEventsWithoutACharacter) {
     EXPECT_EQ(graphicblock(win), before);
     EXPECT_EQ(t_NextEvent(), -1);
     EXPECT_FALSE(t_KeyEventPending.load());
-}
-
-// The views and a paste fill the queue at the same time while the program reads: each producer's keys
-// arrive whole and in their order. Values 129 and up come from the function key range, one per key.
-TEST_F(Keys, TwoProducersAndAReaderLoseNothing) {
-    constexpr Int each = 50000;
-    std::string pasted;
-    for (Int i = 0; i < each; ++i) pasted += static_cast<char>('a' + i % 26);
-    std::thread views([&] {
-        for (Int i = 0; i < each; ++i) typed(stringfromscalar(0xF704 + i));
-    });
-    std::thread paste([&] {
-        for (Int i = 0; i < each; i += 1000) t_PostKeyString(std::string_view(pasted).substr(i, 1000));
-    });
-    Int fromViews = 0, fromPaste = 0, wrong = 0;
-    for (Int i = 0; i < 2 * each; ++i) {
-        t_WaitKey(win);
-        const t_Event& e = t_CurrentEvent;
-        if (e.Window == win) {
-            wrong += e.Value != 129 + fromViews || e.Description != stringfromscalar(0xF704 + fromViews);
-            ++fromViews;
-        } else {
-            wrong += e.Window != 1 || e.Index != 0 || e.Value != pasted[static_cast<size_t>(fromPaste++)];
-        }
-    }
-    views.join();
-    paste.join();
-    EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(fromViews, each);
-    EXPECT_EQ(queued(), 0u);
 }
 
 // Ctrl-S typed while output runs: printing stops at the next check, the keys typed before it are lost,

@@ -180,27 +180,6 @@ TEST_F(VideoMemory, RefusalsLeaveTheMemoryAsItWas) {
     for (uint8_t n : {0, 3, 4, 5}) EXPECT_FALSE(t_WindowTable[n].Initialized.load()) << int(n);
 }
 
-TEST_F(VideoMemory, ClearingAt32BitsWritesFFAndBlackAndSparesTheTop) {
-    quietwindow(2, 32, 40, 36, 0, 0, cellfont(8, 12));
-    t_Window& w = t_WindowTable[2];
-    const Int size = 40 * 36 * 4, half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2, cells = 5 * 3;
-    ASSERT_GT(w.MemoryEnd - w.MemoryStart + 1, size); // the rounding left spare bytes
-    std::fill(t_VideoMemory.begin() + w.TextMemoryStart, t_VideoMemory.begin() + w.MemoryEnd + 1, 0x77);
-    w.TextColor = 0x5A;
-    t_ClearWindowMemory(2);
-    for (Int a = w.MemoryStart; a < w.MemoryStart + size; a += 4)
-        ASSERT_TRUE(t_VideoMemory[a] == 0xFF && allbytes(a + 1, a + 3, 0)) << a;
-    EXPECT_TRUE(allbytes(w.MemoryStart + size, w.MemoryEnd, 0x77) &&
-                allbytes(w.TextMemoryStart, w.TextMemoryStart + 14, 0x20));
-    EXPECT_TRUE(allbytes(w.TextMemoryStart + cells, w.TextMemoryStart + half - 1, 0x77));
-    EXPECT_TRUE(allbytes(w.TextMemoryStart + half, w.TextMemoryStart + half + cells - 1, 0x5A));
-    EXPECT_TRUE(allbytes(w.TextMemoryStart + half + cells, w.TextMemoryEnd, 0x77));
-    const std::vector<uint8_t> before = t_VideoMemory; // numbers beyond the table and blank records stay
-    t_ClearWindowMemory(9);
-    t_ClearWindowMemory(5);
-    EXPECT_TRUE(before == t_VideoMemory);
-}
-
 TEST_F(VideoMemory, ASecondCallerWaitsUntilTheMemoryIsReady) {
     t_MemoryStarted = true; // as if another thread were inside t_InitMemory
     std::atomic<bool> done{false};
