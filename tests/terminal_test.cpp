@@ -33,6 +33,22 @@ Lines lines(uint8_t window) {
 
 using Terminal = TerminalTest;
 
+// A larger font makes the grid reach past the window's block: scrolling must not write into the next one.
+TEST_F(Terminal, ScrollingAfterALargerFontStaysInTheWindowsBlock) {
+    makewindow(1, 24, 10, 8);
+    makewindow(0, 24, 10, 8);
+    auto above = [] {
+        const auto from = t_VideoMemory.begin() + record(0).MemoryEnd + 1;
+        return std::vector<uint8_t>(from, from + 8192);
+    };
+    const std::vector<uint8_t> neighbour = above();
+    quietly([] { t_WindowFont(0, testfont(0, 255, 8, 8)); });
+    record(0).TextHeight = 8; // the grid as it was, now too large for the block
+    record(0).TextLastLine = 8;
+    for (int i = 0; i < 12; ++i) quietly([] { t_Print(0, "Zeile\r"); });
+    EXPECT_TRUE(above() == neighbour);
+}
+
 TEST_F(Terminal, GlyphsBlendInLiteralFigures) {
     // The edges of the blend in literal figures: symbol 1's top row is grey 128, 127, 0, 255.
     t_Font font = testfont();
