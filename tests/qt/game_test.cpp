@@ -8,7 +8,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -47,8 +49,8 @@ NativeKey german(const std::string& c) {
     return {};
 }
 
-// Characters typed ahead on the German board, "\r" as Return; the wait comes once at the end.
-void keys(harness::Game& game, const std::string& text) {
+// Characters typed ahead on the German board, "\r" as Return.
+void send(harness::Game& game, const std::string& text) {
     for (size_t i = 0; i < text.size();) {
         const size_t length = static_cast<unsigned char>(text[i]) < 0x80 ? 1
                               : (text[i] & 0xF0) == 0xE0                 ? 3
@@ -62,6 +64,11 @@ void keys(harness::Game& game, const std::string& text) {
         const NativeKey k = german(c);
         game.press(k.key, c, k.shift ? qtShift : 0, k.scan, k.shift ? xShift : 0);
     }
+}
+
+// The same, and a wait until the program has taken them all.
+void keys(harness::Game& game, const std::string& text) {
+    send(game, text);
     ASSERT_TRUE(game.waitforkey()) << game.screen();
 }
 
@@ -282,6 +289,39 @@ TEST(Game, TheDataFileIsNeverLost) {
     EXPECT_TRUE(game.logshows("setstringtofile: Error #")) << game.log();
     EXPECT_EQ(game.ask("title 0"), "Seelenorakel – Letztes Speichern fehlgeschlagen!");
     EXPECT_TRUE(shows(game, "Bitte den 2. Teilnehmer eingeben.")) << game.screen();
+}
+
+// Killed at random moments, some of them in the middle of a save, the program leaves the data file as it
+// was before the participant or as it is after, never anything between, and no leftover in the way.
+TEST(Game, AKillAtAnyMomentLeavesTheDataFileWhole) {
+    harness::Bundle bundle;
+    People stored;
+    std::mt19937 random(20261123);
+    for (int kill = 0; kill < 200; ++kill) {
+        harness::Game game(bundle);
+        ASSERT_TRUE(game.waitforkey()) << game.log();
+        const std::string last = {char('a' + kill / 26 % 26), char('a' + kill % 26)};
+        const std::string answers = "19800101011170070111" + std::string(38, '3') + "000";
+        // Everything typed ahead; the kill comes somewhere while the program takes it and saves.
+        send(game, "\r\rNr\r" + last + "\r1980\r1\r1\r011170\r70\r111" + std::string(38, '3') + "000n");
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 30000));
+        game.kill();
+        const std::string before = dumpof(stored);
+        People after = stored;
+        after.emplace_back("Nr " + last, answers);
+        const std::string now = bundle.readdata();
+        if (now == dumpof(after))
+            stored = after;
+        else
+            ASSERT_EQ(now, before) << "kill " << kill;
+    }
+    // Both outcomes came about: kills before the save and after it.
+    EXPECT_GT(stored.size(), 10u);
+    EXPECT_LT(stored.size(), 190u) << "the kills came too late";
+    harness::Game game(bundle);
+    ASSERT_TRUE(game.waitforkey());
+    for (const auto& entry : std::filesystem::directory_iterator(bundle.folder))
+        EXPECT_NE(entry.path().extension(), ".tmp") << entry.path();
 }
 
 } // namespace

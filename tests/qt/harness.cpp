@@ -63,6 +63,11 @@ Game::~Game() {
     process.waitForFinished(5000);
 }
 
+void Game::kill() {
+    process.kill();
+    process.waitForFinished(5000);
+}
+
 bool Game::running() const {
     return process.state() == QProcess::Running;
 }

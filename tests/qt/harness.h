@@ -68,6 +68,8 @@ struct Game {
     std::string log();
     bool logshows(const std::string& text, std::chrono::milliseconds limit = 20s);
     bool running() const;
+    // Ends the program at once with SIGKILL, as a crash or a pulled plug would.
+    void kill();
 
   private:
     QProcess process;
