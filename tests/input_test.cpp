@@ -160,6 +160,25 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
     EXPECT_EQ(formafterdrain(0, 10), std::string(10, 'x'));
 }
 
+// Keys typed while the program prints are all read afterwards, in their order.
+TEST_F(InputTest, KeysArrivingWhilePrintingAreKeptInOrder) {
+    constexpr int count = 100000;
+    std::thread typist([] {
+        for (int i = 0; i < count; i += 100) {
+            std::string keys;
+            for (int k = i; k < i + 100; ++k) keys += static_cast<char>('a' + k % 26);
+            t_PostKeyString(keys);
+        }
+    });
+    for (int line = 0; line < 2000; ++line)
+        t_Print(window, "Auswertung für Teilnehmer " + std::to_string(line) + "\r");
+    typist.join();
+    int taken = 0;
+    for (Int value; (value = t_NextEvent()) >= 0; ++taken)
+        if (value != 'a' + taken % 26) break;
+    EXPECT_EQ(taken, count);
+}
+
 TEST(InputCoding, PasteEncodingAndCopyDecoding) {
     initkbtools();
     EXPECT_EQ(t_TextPasteEncode("ä€\nx"), "ä\x1b"
