@@ -163,6 +163,8 @@ t_Image t_WindowCopyImage(uint8_t window);
 void t_StartAutoUpdate();
 // Wakes an idle refresh and brings every window back to its full rate: a key was pressed.
 void t_RefreshWake();
+// The same for a key, whose echo then shows in the next frame soon after it.
+void t_RefreshKey();
 // A view tells whether the frame it was asked for showed anything new. Main thread.
 void t_WindowFrameShown(uint8_t window, bool changed);
 // The refresh's clock in milliseconds; nullptr puts back absolutetimems. For tests.

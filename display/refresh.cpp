@@ -27,6 +27,10 @@ std::atomic<bool> starting{false};
 std::atomic<int> unchanged[8];
 constexpr int stillAfter = 30;
 constexpr Int stillPeriod = 200;
+// The time of the last key. Its echo is on the screen a moment after it: the next frame comes then, but
+// not sooner than half a period after the last one.
+std::atomic<Int> keyAt{0};
+constexpr Int echoDelay = 2;
 
 int64_t nowms() {
     int64_t (*clock)() = refreshClock.load(std::memory_order_acquire);
@@ -55,7 +59,10 @@ bool sweep(Int& wait) {
         if (rate <= 0) continue;
         Int period = 1000 / rate;
         if (unchanged[w].load() >= stillAfter) period = std::max(period, stillPeriod);
-        const Int left = period - (nowms() - record.UpdateStarted.load());
+        const Int started = record.UpdateStarted.load(), key = keyAt.load();
+        Int due = started + period;
+        if (key > started) due = std::min(due, std::max(started + period / 2, key + echoDelay));
+        const Int left = due - nowms();
         if (left > 0) {
             wait = std::min(wait, left);
             continue;
@@ -92,6 +99,11 @@ void t_RefreshWake() {
         woken = true;
     }
     wakeUp.notify_all();
+}
+
+void t_RefreshKey() {
+    keyAt.store(nowms());
+    t_RefreshWake();
 }
 
 void t_WindowFrameShown(uint8_t window, bool changed) {

@@ -22,6 +22,7 @@ std::atomic<bool> t_MouseButtonDown[2] = {false, false};
 std::atomic<bool> t_KeyIsDown{false};
 t_Modifiers t_ModifierState;
 std::atomic<Int> t_MenuQueueSize{0};
+std::condition_variable t_KeyArrived;
 
 namespace {
 
@@ -69,6 +70,7 @@ void appendkey(t_Event event) {
     std::lock_guard<std::mutex> lock(t_KeyQueueLock);
     t_KeyQueue.push_back(std::move(event));
     t_KeyEventPending.store(true, std::memory_order_release);
+    t_KeyArrived.notify_all();
 }
 
 } // namespace
@@ -163,8 +165,8 @@ bool t_KeyEventValue(const t_PlatformKey& event, t_KeyValue& out) {
 
 void t_KeyEventHandler(uint8_t window, const t_PlatformKey& event) {
     const Int time = absolutetimems();
-    // What the key brings to the screen shows at the full frame rate.
-    t_RefreshWake();
+    // What the key brings to the screen shows soon, at the full frame rate.
+    t_RefreshKey();
     storemodifierstate(event.ModifierFlags);
     const bool option = event.ModifierFlags & t_ModOption;
     const bool control = event.ModifierFlags & t_ModControl;
@@ -189,6 +191,7 @@ void t_KeyEventHandler(uint8_t window, const t_PlatformKey& event) {
     }
     std::lock_guard<std::mutex> lock(t_KeyQueueLock);
     t_KeyEventPending.store(!t_KeyQueue.empty(), std::memory_order_release);
+    t_KeyArrived.notify_all();
 }
 
 void viewKeyDown(int window, const t_PlatformKey& event) {
@@ -310,4 +313,5 @@ void t_PostKeyString(std::string_view text) {
     }
     std::lock_guard<std::mutex> lock(t_KeyQueueLock);
     t_KeyEventPending.store(!t_KeyQueue.empty(), std::memory_order_release);
+    t_KeyArrived.notify_all();
 }

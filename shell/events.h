@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -69,6 +70,8 @@ struct t_PlatformMouse {
 extern std::mutex t_KeyQueueLock;
 extern std::deque<t_Event> t_KeyQueue;
 extern std::atomic<bool> t_KeyEventPending;
+// Told under t_KeyQueueLock whenever keys are appended, so that a wait for a key ends at once.
+extern std::condition_variable t_KeyArrived;
 // The event last taken from the queue; program thread only.
 extern t_Event t_CurrentEvent;
 

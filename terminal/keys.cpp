@@ -6,15 +6,20 @@
 #include "shell/shell.h"
 
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 
 std::atomic<Int> t_KeyWaitPolls{0};
 
 namespace {
 
+// Waits 10 ms for a key, ended at once by one that arrives.
 void poll() {
-    timespec t{0, 10000000};
-    while (nanosleep(&t, &t) != 0 && errno == EINTR) {}
+    {
+        std::unique_lock<std::mutex> lock(t_KeyQueueLock);
+        t_KeyArrived.wait_for(lock, std::chrono::milliseconds(10),
+                              [] { return t_KeyEventPending.load(std::memory_order_acquire); });
+    }
     // Release: whoever sees the count move may read what the thread wrote before it began to wait
     // (the screen, the cursor).
     t_KeyWaitPolls.fetch_add(1, std::memory_order_release);

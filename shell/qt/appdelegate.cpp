@@ -172,6 +172,7 @@ void DisplayView::paintEvent(QPaintEvent*) {
                                  width * p.Scale, height * p.Scale),
                           image);
     }
+    ++Paints;
 }
 
 t_Placement DisplayView::placement() const {

@@ -32,6 +32,8 @@ class DisplayView : public QWidget {
     QSize LogicalContent{672, 432};
     QColor Border{Qt::black};
     t_Placement placement() const;
+    // Frames painted so far; a measurement of key to screen watches it.
+    int Paints = 0;
 
     // A refresh request: draws unless the graphic block still holds what the frame on show was made
     // from, so that a static screen costs one comparison instead of a frame and a paint.
