@@ -27,8 +27,9 @@ namespace fuzzwindow {
 constexpr uint8_t window = 0, neighbour = 1;
 constexpr Int topOfMemory = 0xFFFFFF; // where the first window's block ends
 
-// Every glyph a ramp of greys of its own, so that plots of different symbols write different bytes.
-inline t_Font font(Int width, Int height, uint8_t start = 0, uint8_t end = 255) {
+// Every glyph a ramp of greys of its own, so that plots of different symbols write different bytes. Out
+// of line: inlined, GCC 12 takes the font's default identifier for uninitialised.
+[[gnu::noinline]] inline t_Font font(Int width, Int height, uint8_t start = 0, uint8_t end = 255) {
     t_Font f;
     f.Format = 2;
     f.Start = start;
