@@ -114,7 +114,8 @@ int main(int argc, char** argv) {
             Colour sum{0, 0, 0, 0};
             for (int sy = 0; sy < samples; ++sy)
                 for (int sx = 0; sx < samples; ++sx) {
-                    const Colour c = shade((px + (sx + 0.5) / samples) / size, (py + (sy + 0.5) / samples) / size);
+                    const Colour c =
+                        shade((px + (sx + 0.5) / samples) / size, (py + (sy + 0.5) / samples) / size);
                     sum = {sum.r + c.r * c.a, sum.g + c.g * c.a, sum.b + c.b * c.a, sum.a + c.a};
                 }
             uint8_t* p = &rgba[static_cast<size_t>((py * size + px) * 4)];
