@@ -1,8 +1,6 @@
 // The record store: tables, typed cells and keys, search, deletion, the dump and the data file reader,
 // checked by their log lines and file bytes.
 #include "store/store.h"
-#include "application/application.h"
-#include "fuzz/appendstructure.h"
 #include "shell/shell.h"
 #include "tests/testsupport.h"
 
@@ -11,8 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
-#include <map>
-#include <tuple>
 #include <string>
 #include <vector>
 
@@ -21,11 +17,6 @@ namespace {
 using testsupport::freshstore;
 using testsupport::LogCapture;
 using Lines = std::vector<std::string>;
-
-std::string tempfolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "storetest.XXXXXX").string();
-    return std::string(mkdtemp(pattern.data())) + "/";
-}
 
 bool load(std::string_view file, bool append) {
     const std::vector<uint8_t> bytes(file.begin(), file.end());
@@ -45,13 +36,6 @@ int64_t keyat(Int table, Int record, Int field) {
     return d_DataKey[static_cast<size_t>(d_GetDataIndex(table, record, field))];
 }
 
-const std::string attributeA = "1975041212116806223112345123451234512345123451234512345123110";
-const std::string attributeB = "1970110303118208114433333333333333333333333333333333333333001";
-const std::string exampleFile = "T0          :Seelenorakel\rF0         S:Name\rF1         S:Attribute\r"
-                                "R1\r f0        S:Anna Beispiel\r f1        S:" +
-                                attributeA + "\rR2\r f0        S:Karl Muster\r f1        S:" + attributeB +
-                                "\r";
-
 TEST(Store, NamesAreCutAndBadNumbersLogAndFail) {
     freshstore();
     LogCapture log;
@@ -70,6 +54,7 @@ TEST(Store, NamesAreCutAndBadNumbersLogAndFail) {
     EXPECT_EQ(d_Selections[0].SelectionID + d_Tables[0].Field[0].FieldID, x32 + repeatstring("ü", 32));
     EXPECT_EQ(d_CreateField(table, u40.substr(0, 66), d_TypeInteger) + d_GetFieldIndexI(table, "none"), -2);
     d_CreateRecord(table);
+    EXPECT_EQ(d_CreateField(table, "More", d_TypeString), -1);
     EXPECT_FALSE(d_SetData(table, 3, 0, "x"));
     EXPECT_EQ(d_GetData(table, 3, 0), "");
     EXPECT_EQ(d_GetData(table, 1, 1), "");
@@ -83,31 +68,21 @@ TEST(Store, NamesAreCutAndBadNumbersLogAndFail) {
                      "d_CreateTable: Table [" + x32 + "z] already exists.",
                      "d_CreateRecord: Table #0 has no fields.",
                      "d_CreateField: Field [" + u40.substr(0, 66) + "] already exists.",
-                     "d_CreateRecord: Working Record created.", set + "3, field = #0, data = 'x'",
-                     "d_GetData: Record #3 not found.", "d_GetData: Field #1 not found.",
-                     "d_GetDataIndex: Field #5 not found.", set + "1, field = #5, data = 'y'"}));
+                     "d_CreateRecord: Working Record created.",
+                     "d_CreateField: Table is not empty (2 records), cannot create field.",
+                     set + "3, field = #0, data = 'x'", "d_GetData: Record #3 not found.",
+                     "d_GetData: Field #1 not found.", "d_GetDataIndex: Field #5 not found.",
+                     set + "1, field = #5, data = 'y'"}));
 }
 
 TEST(Store, RecordsFillBlocksAndTheWorkingRecordCopiesTheCurrentOne) {
     const Int table = participanttable();
-    d_CreateRecord(table);
-    EXPECT_EQ(d_Tables[0].RecordIndex, (std::vector<Int>{0, 2}));
-    EXPECT_EQ(d_DataCapacity, d_BlockSize);
-    {
-        LogCapture log;
-        EXPECT_EQ(d_CreateField(table, "More", d_TypeString), -1);
-        EXPECT_EQ(log.lines, Lines{"d_CreateField: Table is not empty (2 records), cannot create field."});
-    }
     // Record 4999 of a two-field table takes the last cell of the first block and brings the second.
-    for (Int r = 2; r <= 4998; ++r) ASSERT_EQ(d_CreateRecord(table), r);
+    for (Int r = 1; r <= 4998; ++r) ASSERT_EQ(d_CreateRecord(table), r);
     EXPECT_EQ(d_DataCapacity, 10000);
     EXPECT_EQ(d_CreateRecord(table), 4999);
     EXPECT_EQ(d_DataCapacity, 20000);
-    EXPECT_EQ(d_DataKey.size(), 20000u);
     EXPECT_EQ(d_GetDataIndex(table, 4999, 1), 9999);
-    EXPECT_TRUE(d_SetData(table, 4999, 1, "Letzte"));
-    EXPECT_EQ(d_CreateRecord(table), 5000);
-    EXPECT_EQ(d_GetData(table, 4999, 1), "Letzte");
     // Loading makes the Working Record a copy of the current record, key and all.
     d_SetData(table, 0, 0, "Arbeit");
     d_SetData(table, 1, 0, "Erster");
@@ -122,21 +97,18 @@ TEST(Store, EveryTypeStoresItsTextAndKey) {
     constexpr int64_t minimum = std::numeric_limits<int64_t>::min();
     // clang-format off
     const struct { Int type; std::string value, text; int64_t key; } rows[] = {
-        {d_TypeInteger, "12abc", "12", 12}, {d_TypeInteger, "  - 40", "-40", -40}, {d_TypeInteger, "x12", "0", 0},
-        {d_TypeReal, "-2.7", "-2,7", -2}, {d_TypeReal, "-0", "-0", 0}, {d_TypeReal, "-0,999", "-0,999", 0},
-        {d_TypeReal, "1e30", "9,999999999999999e+29", maximum}, {d_TypeReal, "-1e400", "-inf", minimum},
+        {d_TypeInteger, "  - 40", "-40", -40}, {d_TypeReal, "-2.7", "-2,7", -2}, {d_TypeReal, "-0,999", "-0,999", 0},
+        {d_TypeReal, "-1e400", "-inf", minimum},
         // 2^63 doesn't fit and is held at the largest key; -2^63 fits.
         {d_TypeReal, "92233720368547758,08e2", "9,223372036854776e+18", maximum},
         {d_TypeReal, "-92233720368547758,08e2", "-9,223372036854776e+18", minimum},
-        {d_TypeReal, "4611686018427387904", "4,611686018427388e+18", int64_t{1} << 62},
         {d_TypeBoolean, "Ja", "True", 1}, {d_TypeBoolean, "YES", "True", 1}, {d_TypeBoolean, "-1", "True", 1},
-        {d_TypeBoolean, "NEIN", "False", 0}, {d_TypeBoolean, "No", "False", 0}, {d_TypeBoolean, "x", "False", 0},
+        {d_TypeBoolean, "False", "False", 0}, {d_TypeBoolean, "NEIN", "False", 0}, {d_TypeBoolean, "No", "False", 0},
+        {d_TypeBoolean, "x", "False", 0},
         // Keys pack the low bytes of the first eight scalars, String keys after lower-casing, top bit cleared.
-        {d_TypeString, "Anna Meier", "Anna Meier", 0x69656d20616e6e61}, {d_TypeString, "ÄRGER", "ÄRGER", 0x72656772e4},
-        {d_TypeString, "abcdefgÿ", "abcdefgÿ", 0x7f67666564636261}, {d_TypeData, "Anna Mei", "Anna Mei", 0x69654d20616e6e41},
-        {d_TypeTime, "3725000", "62:05", 3725000}, {d_TypeTime, "59999", "00:59", 59999},
-        {d_TypeLongTime, "3725000", "1:02:05", 3725000}, {d_TypeOther, "ABCDEFGÿ", "ABCDEFGÿ", 0x7f47464544434241},
-        {12, "MiXed", "MiXed", 0x646558694d}};
+        {d_TypeString, "ÄRGER", "ÄRGER", 0x72656772e4}, {d_TypeString, "abcdefgÿ", "abcdefgÿ", 0x7f67666564636261},
+        {d_TypeTime, "3725000", "62:05", 3725000}, {d_TypeLongTime, "3725000", "1:02:05", 3725000},
+        {d_TypeOther, "ABCDEFGÿ", "ABCDEFGÿ", 0x7f47464544434241}};
     // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(std::to_string(row.type) + " " + row.value);
@@ -147,19 +119,12 @@ TEST(Store, EveryTypeStoresItsTextAndKey) {
         EXPECT_EQ(d_GetData(table, 1, 0), row.text);
         EXPECT_EQ(keyat(table, 1, 0), row.key);
     }
-    const std::pair<std::string, Int> keys[] = {{"", 0},
-                                                {"ü", 0xFC},
-                                                {"€", 0xAC},
-                                                {"abcdefghXYZ", 0x6867666564636261},
-                                                {"abcdefgÿ", -0x0098999a9b9c9d9f},
-                                                {"\xC3", 0xFD},
-                                                {"\xF0\x9F", 0xFDFD}};
+    const std::pair<std::string, Int> keys[] = {
+        {"abcdefghXYZ", 0x6867666564636261}, {"abcdefgÿ", -0x0098999a9b9c9d9f}, {"\xF0\x9F", 0xFDFD}};
     for (const auto& [text, key] : keys) EXPECT_EQ(d_TextKey(text), key) << text;
-    const std::tuple<Int, Int, bool, std::string> times[] = {
-        {3725123, 3, true, "1:02:05:123"}, {3725123, 2, true, "1:02:05:12"}, {3725123, 1, true, "1:02:05:1"},
-        {3725123, 4, true, "1:02:05"},     {3725007, 3, false, "62:05:007"}, {0, 0, true, "0:00:00"}};
-    for (const auto& [ms, decimals, hours, text] : times)
-        EXPECT_EQ(t_FormatLongTime(ms, decimals, hours), text) << ms;
+    EXPECT_EQ((Lines{t_FormatLongTime(3725123, 3, true), t_FormatLongTime(3725123, 2, true),
+                     t_FormatLongTime(3725123, 1, true), t_FormatLongTime(3725007, 3, false)}),
+              (Lines{"1:02:05:123", "1:02:05:12", "1:02:05:1", "62:05:007"}));
 }
 
 TEST(Store, SearchComparesKeysFirstAndTextsAfter) {
@@ -283,150 +248,68 @@ TEST(Store, DumpListsTablesFieldsAndRecords) {
     // Pretty: type names padded, names and values cut to 32 characters, numbers of two digits fit.
     for (int i = 4; i < 10; ++i) d_CreateTable("Platz " + std::to_string(i));
     const Int table = d_CreateTable("Zehn");
-    const std::vector<Int> types = {d_TypeLongTime, d_TypeOther, d_TypeReal, d_TypeTime, d_TypeString};
+    const std::vector<Int> types = {d_TypeLongTime, d_TypeOther, d_TypeReal,
+                                    d_TypeTime,     d_TypeData,  d_TypeString};
     for (size_t f = 0; f < types.size(); ++f)
-        d_CreateField(table, f == 4 ? std::string(32, 'N') : "F" + std::to_string(f), types[f]);
+        d_CreateField(table, f == 5 ? std::string(32, 'N') : "F" + std::to_string(f), types[f]);
     const std::string forty = "Vierzig Zeichen: äöü und noch mehr Text.";
-    const Lines values = {"3725000", "?", "1,5", "65000", forty};
+    const Lines values = {"3725000", "?", "1,5", "65000", "Roh", forty};
     const Int r = d_CreateRecord(table);
     for (size_t f = 0; f < values.size(); ++f) d_SetData(table, r, static_cast<Int>(f), values[f]);
     const std::string tail =
         "Table 10 :::::::: Zehn\rField 0         : LongTime: F0\rField 1         : Other   : F1\r"
-        "Field 2         : Real    : F2\rField 3         : Time    : F3\r"
-        "Field 4         : String  : " +
+        "Field 2         : Real    : F2\rField 3         : Time    : F3\rField 4         : Data    : F4\r"
+        "Field 5         : String  : " +
         std::string(32, 'N') +
-        "\rR1\r f0        L:3725000\r f1        O:?\r f2        R:1,5\r f3        T:65000\r"
-        " f4        S:Vierzig Zeichen: äöü und noch me\r";
+        "\rR1\r f0        L:3725000\r f1        O:?\r f2        R:1,5\r f3        T:65000\r f4        D:Roh\r"
+        " f5        S:Vierzig Zeichen: äöü und noch me\r";
     const std::string pretty = d_DumpDatabase(true, true, true);
     ASSERT_GE(pretty.size(), tail.size());
     EXPECT_EQ(pretty.substr(pretty.size() - tail.size()), tail);
     EXPECT_EQ(pretty.substr(0, 21), "Table 0 ::::::::: Lee");
-    const std::string plain = d_DumpDatabase(true, true, false);
-    EXPECT_NE(plain.find("T10         :Zehn\r"), std::string::npos);
-    EXPECT_NE(plain.find(" f4        S:" + forty + "\r"), std::string::npos);
     EXPECT_EQ(d_GetData(table, r, 3), "01:05");
+    // The plain dump keeps whole values, and the reader rebuilds every table and type from it alone.
+    const std::string plain = d_DumpDatabase(true, true, false);
+    EXPECT_NE(plain.find(" f5        S:" + forty + "\r"), std::string::npos);
+    EXPECT_TRUE(load(plain, false));
+    EXPECT_EQ(d_DumpDatabase(true, true, false), plain);
 }
 
 TEST(Store, TheParticipantFileIsWrittenAndAppendedBack) {
+    const std::string attributeA = "1975041212116806223112345123451234512345123451234512345123110";
+    const std::string attributeB = "1970110303118208114433333333333333333333333333333333333333001";
     const Int table = participanttable();
     for (const Lines& person : {Lines{"Anna Beispiel", attributeA}, Lines{"Karl Muster", attributeB}}) {
         const Int r = d_CreateRecord(table);
         for (Int f = 0; f < 2; ++f) d_SetData(table, r, f, person[static_cast<size_t>(f)]);
     }
-    EXPECT_EQ(d_DumpDatabase(true, true, false), exampleFile);
-    // More people, with texts that a lower-case or a cut would change.
-    for (const std::string name :
-         {"ÄNNE Öztürk-Müller", "Σοφία Παπαδοπούλου", "Zoë O Brien", "Ein sehr langer Name mit 36 Zeichen"}) {
-        const Int r = d_CreateRecord(table);
-        d_SetData(table, r, 0, name);
-        d_SetData(table, r, 1, attributeA);
-    }
-    const std::string folder = tempfolder();
-    const std::string path = folder + "Seelenorakel-Daten.txt";
-    ASSERT_EQ(setstringtofile(path, d_DumpDatabase(true, true, false)), 0);
-    const Lines texts(d_DataText.begin() + 2, d_DataText.begin() + d_DataNext);
-    const std::vector<int64_t> keys(d_DataKey.begin() + 2, d_DataKey.begin() + d_DataNext);
-
+    const std::string file = "T0          :Seelenorakel\rF0         S:Name\rF1         S:Attribute\r"
+                             "R1\r f0        S:Anna Beispiel\r f1        S:" +
+                             attributeA + "\rR2\r f0        S:Karl Muster\r f1        S:" + attributeB + "\r";
+    EXPECT_EQ(d_DumpDatabase(true, true, false), file);
+    std::string folder = (std::filesystem::temp_directory_path() / "storetest.XXXXXX").string();
+    folder = std::string(mkdtemp(folder.data())) + "/";
+    ASSERT_EQ(setstringtofile(folder + "Seelenorakel-Daten.txt", file), 0);
+    // Appending the file twice puts its records behind those there; a missing or empty file is no load.
     participanttable();
     LogCapture log;
-    EXPECT_TRUE(d_AppendDatabase(path));
-    EXPECT_EQ(log.count("d_AppendDatabase: Datafile loaded, "), 1u);
-    EXPECT_EQ(log.lines[1], "d_CreateDatabaseFromBinary: Start.");
+    EXPECT_TRUE(d_AppendDatabase(folder + "Seelenorakel-Daten.txt"));
+    EXPECT_TRUE(d_AppendDatabase(folder + "Seelenorakel-Daten.txt"));
+    EXPECT_FALSE(d_AppendDatabase(folder + "fehlt.txt"));
+    EXPECT_FALSE(load("", true));
+    EXPECT_EQ(d_RecordsInTable(0), 4);
+    EXPECT_EQ(d_GetData(0, 3, 0) + d_GetData(0, 4, 1), "Anna Beispiel" + attributeB);
+    EXPECT_EQ(log.count("d_AppendDatabase: Datafile loaded, "), 2u);
+    EXPECT_EQ(log.count("d_AppendDatabase: Datafile not found."), 1u);
     EXPECT_EQ(
         log.count("d_CreateDatabaseFromBinary: End (1 tables in database, 10000 data-entries in database, "),
-        1u);
-    EXPECT_EQ(Lines(d_DataText.begin() + 2, d_DataText.begin() + d_DataNext), texts);
-    EXPECT_EQ(std::vector<int64_t>(d_DataKey.begin() + 2, d_DataKey.begin() + d_DataNext), keys);
-    EXPECT_EQ(d_SearchUniqueRecord(0, 0, "änne öztürk-müller", false), 3);
-    // Appending the same file again puts the records behind those there.
-    EXPECT_TRUE(d_AppendDatabase(path));
-    EXPECT_EQ(d_RecordsInTable(0), 12);
-    EXPECT_EQ(d_GetData(0, 7, 0), "Anna Beispiel");
-
-    // A missing or empty file is no load.
-    log.lines.clear();
-    EXPECT_FALSE(d_AppendDatabase(folder + "fehlt.txt"));
-    ASSERT_EQ(setstringtofile(folder + "leer.txt", ""), 0);
-    EXPECT_FALSE(d_AppendDatabase(folder + "leer.txt"));
-    EXPECT_EQ(log.count("d_AppendDatabase: Datafile not found."), 2u);
-    EXPECT_EQ(log.count("getbinaryfromfile: Error #"), 1u);
-    EXPECT_FALSE(load("", true));
-    EXPECT_EQ(d_RecordsInTable(0), 12);
+        3u);
     std::filesystem::remove_all(folder);
-}
-
-TEST(Store, EveryTypeAndTableIsRebuiltFromTheFileAlone) {
-    freshstore();
-    const Int table = d_CreateTable("Typen");
-    for (Int type = d_TypeInteger; type <= d_TypeOther; ++type)
-        d_CreateField(table, "F" + std::to_string(type), type);
-    const Lines values = {"-17", "3,25", "ja", "Grüße", "Roh", "3725000", "90061000", "?"};
-    d_CreateRecord(table);
-    for (size_t f = 0; f < values.size(); ++f) d_SetData(table, 1, static_cast<Int>(f), values[f]);
-    const std::string file = d_DumpDatabase(true, true, false) +
-                             "\rT1          :Zweite\rF0         S:Wort\r"
-                             "R1\r f0        S:Hallo\rR2\r f0        S:Welt\r";
-    EXPECT_NE(file.find("F7         O:F7\rR1\r f0        I:-17\r f1        R:3,25\r f2        B:True\r"
-                        " f3        S:Grüße\r f4        D:Roh\r f5        T:3725000\r f6        L:90061000\r"
-                        " f7        O:?\r"),
-              std::string::npos);
-    const Lines texts(d_DataText.begin() + 8, d_DataText.begin() + 16);
-    {
-        LogCapture log;
-        EXPECT_TRUE(load(file, false));
-        EXPECT_EQ(log.count("d_CreateDatabaseFromBinary: Illegal Instruction in line #19: [\r] #13: ''"), 1u);
-    }
-    ASSERT_EQ(d_TableCount, 2);
-    for (Int type = d_TypeInteger; type <= d_TypeOther; ++type)
-        EXPECT_EQ(d_Tables[0].Field[size_t(type)].FieldType, type);
-    EXPECT_EQ(Lines(d_DataText.begin() + 8, d_DataText.begin() + 16), texts);
-    EXPECT_EQ(d_GetData(0, 1, 6), "25:01:01");
-    EXPECT_EQ(d_DumpDatabase(true, true, false), file);
-    // Appending feeds the tables there, by number; the empty line is no instruction.
-    LogCapture log;
-    EXPECT_TRUE(load(file, true));
-    EXPECT_EQ(log.count("d_CreateDatabaseFromBinary: Illegal"), 0u);
-    EXPECT_EQ(d_RecordsInTable(0) * 10 + d_RecordsInTable(1), 24);
-    EXPECT_EQ(d_GetData(1, 4, 0), "Welt");
-}
-
-TEST(Store, AppendingKeepsTheStructureInMemory) {
-    participanttable();
-    // Another table's name, another type letter, a stray letter line, an invalid UTF-8 value, an empty
-    // value line and no final carriage return.
-    EXPECT_TRUE(load("T0          :Fremd\rF0         I:Zahl\rX anything at all\rR1\r f0        I:12abc\r"
-                     " f1        S:Gr\xFC\xDF"
-                     "e\rR2\r f\r f1        S:\xC3\xBC ok",
-                     true));
-    EXPECT_EQ(d_Tables[0].TableID, "Seelenorakel");
-    EXPECT_EQ(d_GetData(0, 1, 0), "12abc");
-    EXPECT_EQ(d_GetData(0, 1, 1) + d_GetData(0, 2, 0), "");
-    EXPECT_EQ(keyat(0, 1, 1), 0);
-    EXPECT_EQ(d_GetData(0, 2, 1), "ü ok");
-
-    // Line feeds behind the carriage returns start lines that appending skips as unknown ...
-    const std::string withFeeds =
-        "T0          :Seelenorakel\r\nF0         S:Name\r\nR1\r\n f0        S:Anna\r\n";
-    participanttable();
-    EXPECT_TRUE(load(withFeeds, true));
-    std::string feedsOnly = withFeeds;
-    std::erase(feedsOnly, '\r');
-    EXPECT_TRUE(load(feedsOnly, true)); // one table line
-    EXPECT_EQ(d_RecordsInTable(0), 0);
-    // ... and that a rebuild reports, each shown whole.
-    freshstore();
-    LogCapture log;
-    EXPECT_TRUE(load(withFeeds, false));
-    EXPECT_TRUE(load("X anything at all\rQ\r", false));
-    EXPECT_EQ(log.count("d_CreateDatabaseFromBinary: Illegal Instruction in line #"), 6u);
-    EXPECT_TRUE(log.has("d_CreateDatabaseFromBinary: Illegal Instruction in line #3: [\n] #10: '\nR1'"));
-    EXPECT_TRUE(
-        log.has("d_CreateDatabaseFromBinary: Illegal Instruction in line #1: [X] #88: 'X anything at all'"));
-    EXPECT_TRUE(log.has("d_CreateDatabaseFromBinary: Illegal Instruction in line #2: [Q] #81: 'Q'"));
 }
 
 TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
     const std::string r = "d_CreateDatabaseFromBinary: ", set = r + "Could not set field-data.",
+                      illegal = r + "Illegal Instruction in line #",
                       working = "d_CreateRecord: Working Record created.",
                       shortT = r + "Table line #1 too short.", norecord = r + "Could not create record #-1.",
                       notable = "d_CreateRecord: Table #-1 not found.";
@@ -437,7 +320,7 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
         std::string dump; // behind the participant table's structure when appending
     } rows[] = {
         // clang-format off
-        {" f0        S:early\rT0          :Seelenorakel\r f0        S:no record\rR1\r f0        S:Anna\r"
+        {"\r f0        S:early\rT0          :Seelenorakel\r f0        S:no record\rR1\r f0        S:Anna\r"
          " f1        S:1\r f2        S:surplus\rR2\r f0        S:Karl\r", true, false, {set, set, working, set},
          "R1\r f0        S:Anna\r f1        S:1\rR2\r f0        S:Karl\r f1        S:\r"},
         {"R1\r f0        S:x\r", true, false, {notable, norecord, set}, ""},
@@ -455,6 +338,16 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
           "d_CreateDatabaseFromBinaryt: Could not create table."}, "T0          :A\rF0         S:X\rF1         S:Y\r"},
         {"T0          :A\rF0         S:X\rF1         S:X\r", false, false, {"d_CreateTable: Table [A] #0 created.",
           "d_CreateField: Field [X] already exists.", r + "Could not create layout-field."}, "T0          :A\rF0         S:X\r"},
+        // Appending keeps the structure in memory and skips stray lines; a value that isn't UTF-8 comes out empty.
+        {"T0          :Fremd\rF0         I:Zahl\rX anything at all\rR1\r f0        I:12abc\r f1        S:Gr\xFC\xDF"
+         "e\rR2\r f\r f1        S:\xC3\xBC ok", true, true, {working},
+         "R1\r f0        S:12abc\r f1        S:\rR2\r f0        S:\r f1        S:\xC3\xBC ok\r"},
+        // Line feeds behind the carriage returns start lines that appending skips and a rebuild reports.
+        {"T0          :Seelenorakel\r\nF0         S:Name\r\nR1\r\n f0        S:Anna\r\n", true, true, {}, ""},
+        {"T0          :Seelenorakel\r\nF0         S:Name\rX anything at all\r\rQ", false, true,
+         {"d_CreateTable: Table [Seelenorakel] #0 created.", illegal + "2: [\n] #10: '\nF0         S:Name'",
+          illegal + "3: [X] #88: 'X anything at all'", illegal + "4: [\r] #13: ''", illegal + "5: [Q] #81: 'Q'"},
+         "T0          :Seelenorakel\r"},
         // clang-format on
     };
     const std::string structure = "T0          :Seelenorakel\rF0         S:Name\rF1         S:Attribute\r";
@@ -469,79 +362,6 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
         EXPECT_EQ(logged, row.logged);
         EXPECT_EQ(d_DumpDatabase(true, true, false), (row.append ? structure : "") + row.dump);
     }
-}
-
-TEST(Store, SeelenorakelLoadFeedsItsOwnTable) {
-    const std::string folder = tempfolder();
-    // The data file goes to a folder of the test's own, never beside a real game.
-    DataFilePath = folder + DataFileName;
-    if (datafilepath() != DataFilePath) GTEST_SKIP() << "data file path fixed elsewhere: " << datafilepath();
-    ASSERT_EQ(
-        setstringtofile(DataFilePath, "T0          :Irgendwas\rF0         I:Anders\rR1\r f0        S:Anna\r"
-                                      " f1        S:" +
-                                          attributeA + "\r"),
-        0);
-    freshstore();
-    t_StatementData.clear();
-    t_StatementCount = 0;
-    EXPECT_EQ(SeelenorakelLoad(), 1);
-    EXPECT_EQ(Participants, 1);
-    EXPECT_EQ(ParticipantTable * 100 + FieldName * 10 + FieldAttribute, 1);
-    EXPECT_EQ(d_DumpDatabase(true, true, false),
-              "T0          :Seelenorakel\rF0         S:Name\rF1         S:Attribute\r"
-              "R1\r f0        S:Anna\r f1        S:" +
-                  attributeA + "\r");
-    ASSERT_EQ(t_StatementCount, 38);
-    ASSERT_EQ(t_StatementData.size(), 38u);
-    EXPECT_EQ(t_StatementData[0], "Ich bin sehr selbstständig");
-    EXPECT_EQ(t_StatementData[31], "Für Fußball interesiere ich mich sehr");
-    EXPECT_EQ(t_StatementData[37], "Freunde zu finden fällt mir nicht besonders schwer");
-    std::filesystem::remove_all(folder);
-}
-
-// Replays the fuzz seed corpus through the reader, so the seeds are checked without clang.
-TEST(Store, EverySeedOfTheFuzzCorpusReadsDumpsAndReadsBack) {
-    const auto corpus = std::filesystem::path(__FILE__).parent_path().parent_path() / "fuzz" / "corpus";
-    ASSERT_TRUE(std::filesystem::is_directory(corpus)) << corpus;
-    // Seeds with a known outcome: result of the reader and records of table 0 afterwards.
-    const std::map<std::string, std::pair<bool, Int>> known = {
-        {"participants-append", {true, 5}}, {"participants-rebuild", {true, 5}}, {"types-append", {true, 1}},
-        {"types-rebuild", {true, 1}},       {"no-final-return", {true, 5}},      {"line-feeds", {true, 0}},
-        {"invalid-utf8", {true, 1}},        {"empty-values", {true, 1}}};
-    auto consistent = [](const std::string& name) {
-        EXPECT_EQ(d_TableCount, static_cast<Int>(d_Tables.size())) << name;
-        EXPECT_EQ(d_Tables.size(), d_Selections.size()) << name;
-        EXPECT_LE(d_DataNext, d_DataCapacity) << name;
-        EXPECT_EQ(d_DataText.size(), static_cast<size_t>(d_DataCapacity)) << name;
-        EXPECT_EQ(d_DataKey.size(), d_DataText.size()) << name;
-        for (const d_table& t : d_Tables)
-            for (Int first : t.RecordIndex)
-                EXPECT_LE(first + static_cast<Int>(t.Field.size()), d_DataNext) << name;
-    };
-    t_DebugLevel = 0;
-    size_t seeds = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(corpus)) {
-        const std::string name = entry.path().filename();
-        const std::vector<uint8_t> input = getbinaryfromfile(entry.path());
-        if (input.empty()) continue;
-        ++seeds;
-        const bool append = (input[0] & 1) != 0;
-        if (append) appendstructure();
-        const bool result = d_CreateDatabaseFromBinary(std::span(input).subspan(1), append);
-        consistent(name);
-        if (auto it = known.find(name); it != known.end()) {
-            EXPECT_EQ(result, it->second.first) << name;
-            EXPECT_EQ(d_RecordsInTable(0), it->second.second) << name;
-        }
-        // A store rebuilt from its own dump dumps the same again.
-        const std::string dump = d_DumpDatabase(true, true, false);
-        load(dump, false);
-        consistent(name);
-        EXPECT_EQ(d_DumpDatabase(true, true, false), dump) << name;
-    }
-    t_DebugLevel = 1;
-    EXPECT_GE(seeds, 8u);
-    freshstore();
 }
 
 } // namespace
