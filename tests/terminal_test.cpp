@@ -39,7 +39,7 @@ TEST_F(Terminal, ScrollingAfterALargerFontStaysInTheWindowsBlock) {
     makewindow(0, 24, 10, 8);
     auto above = [] {
         const auto from = t_VideoMemory.begin() + record(0).MemoryEnd + 1;
-        return std::vector<uint8_t>(from, from + 8192);
+        return std::vector<uint8_t>(from, from + std::min<Int>(8192, t_VideoMemory.end() - from));
     };
     const std::vector<uint8_t> neighbour = above();
     quietly([] { t_WindowFont(0, testfont(0, 255, 8, 8)); });
