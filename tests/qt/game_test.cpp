@@ -297,18 +297,17 @@ TEST(Game, AKillAtAnyMomentLeavesTheDataFileWhole) {
     harness::Bundle bundle;
     People stored;
     std::mt19937 random(20261123);
+    int delay = 5000; // microseconds
     for (int kill = 0; kill < 200; ++kill) {
         harness::Game game(bundle);
         ASSERT_TRUE(game.waitforkey()) << game.log();
         const std::string last = {char('a' + kill / 26 % 26), char('a' + kill % 26)};
         const std::string answers = "19800101011170070111" + std::string(38, '3') + "000";
         // Everything typed ahead; the kill comes somewhere while the program takes it and saves.
-        // A third of the kills come before the last answer; the others up to 20 ms after it, when the
-        // program takes the keys, saves, and goes on.
-        const std::string typed =
-            "\r\rNr\r" + last + "\r1980\r1\r1\r011170\r70\r111" + std::string(38, '3') + "000n";
-        send(game, random() % 3 == 0 ? typed.substr(0, typed.size() - 1) : typed);
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 20000));
+        // The delay of the kill after the last key follows the moment of the save, however fast the
+        // build: later after a kill that came before it, earlier after one that came after it.
+        send(game, "\r\rNr\r" + last + "\r1980\r1\r1\r011170\r70\r111" + std::string(38, '3') + "000n");
+        std::this_thread::sleep_for(std::chrono::microseconds(delay / 2 + random() % delay));
         game.kill();
         const std::string before = dumpof(stored);
         People after = stored;
@@ -316,9 +315,13 @@ TEST(Game, AKillAtAnyMomentLeavesTheDataFileWhole) {
         const std::string now = bundle.readdata();
         if (now == dumpof(after)) {
             stored = after;
+            delay = std::max(delay * 4 / 5, 200);
         } else if (!stored.empty() || std::filesystem::exists(bundle.datafile())) {
             // Before the first save there is no file at all.
             ASSERT_EQ(now, before) << "kill " << kill;
+            delay = delay * 5 / 4 + 500;
+        } else {
+            delay = delay * 5 / 4 + 500;
         }
     }
     // Both outcomes came about: kills before the save and after it.
