@@ -46,10 +46,10 @@ struct Person {
 // midstring of the line. A line of plain ASCII without a carriage return has one byte per character, so
 // there the pieces are cut by bytes, which gives the same text without going through the character rules.
 struct Line {
-    std::string Text;
+    const std::string& Text;
     bool OneBytePerCharacter;
-    explicit Line(std::string text)
-        : Text(std::move(text)), OneBytePerCharacter(std::all_of(Text.begin(), Text.end(), [](char c) {
+    explicit Line(const std::string& text)
+        : Text(text), OneBytePerCharacter(std::all_of(Text.begin(), Text.end(), [](char c) {
               return static_cast<unsigned char>(c) < 0x80 && c != '\r';
           })) {}
     std::string piece(Int position, Int length) const {

@@ -319,10 +319,9 @@ t_PlatformPort qtplatformport() {
     port.SetViewFrame = [](uint8_t n, t_PlatformRect frame) {
         DisplayView* v = viewof(n);
         if (!v) return;
-        const t_PlatformRect r = frame;
         // In the content the program set, y downward; the view scales it with the window.
-        v->LogicalView = QRect(whole(r.X), v->LogicalContent.height() - whole(r.Y + r.Height), whole(r.Width),
-                               whole(r.Height));
+        v->LogicalView = QRect(whole(frame.X), v->LogicalContent.height() - whole(frame.Y + frame.Height),
+                               whole(frame.Width), whole(frame.Height));
         v->update();
     };
     port.ViewNeedsDisplay = [](uint8_t n) {
