@@ -53,6 +53,12 @@ std::string formatinteger(Int value, Int fill, Int width, bool group) {
     if (negative) digits.remove_prefix(1);
     std::string text = group ? groupdigits(digits) : std::string(digits);
     if (negative) text.insert(0, 1, '-');
+    // The text is ASCII, so with a printable ASCII fill its bytes are its characters; the evaluation
+    // formats a million numbers this way.
+    if (fill >= ' ' && fill < 0x7F) {
+        if (width <= static_cast<Int>(text.size())) return text;
+        return std::string(static_cast<size_t>(width) - text.size(), static_cast<char>(fill)) + text;
+    }
     return fillfront(std::move(text), fill, width);
 }
 
