@@ -70,11 +70,7 @@ TEST_F(InputTest, KeySequencesEditAndFilterTheField) {
     const Row rows[] = {
         {"plain text", 0, 80, 1, "", "Hallo\r", "Hallo"},
         {"cursor left, then insert", 0, 80, 1, "", "abc\x08\x08X\r", "aXbc"},
-        {"start and end (A, E)", 0, 80, 1, "",
-         "bc\x01"
-         "a\x05"
-         "d\r",
-         "abcd"},
+        {"start and end (A, E)", 0, 80, 1, "", "bc\001a\005d\r", "abcd"},
         {"up and down (K, J)", 0, 80, 1, "", "abc\x0bX\x0aY\r", "XabcY"},
         {"delete left twice", 0, 80, 1, "", "abcd\x7f\x7f\r", "ab"},
         {"forward delete at the start", 0, 80, 1, "", "abc\x01\x07\r", "bc"},
@@ -94,18 +90,9 @@ TEST_F(InputTest, KeySequencesEditAndFilterTheField) {
         {"real: capital E, point as comma, one comma", 3, 25, 1, "", "1E5.2,3\r", "1e5,23"},
         {"real: a sign at the start even twice", 3, 25, 1, "", "-5\x01-\r", "--5"},
         {"digits with one hyphen, not first", 4, 25, 1, "", "-12-3-\r", "12-3"},
-        {"compose 65 is A and eats the x", 0, 80, 1, "",
-         "\x1e"
-         "65xB\r",
-         "AB"},
-        {"compose 1 is refused outside mode 1", 0, 80, 1, "",
-         "\x1e"
-         "1xB\r",
-         "B"},
-        {"compose 1 in mode 1", 1, 80, 1, "",
-         "\x1e"
-         "1x\r",
-         "\x01"},
+        {"compose 65 is A and eats the x", 0, 80, 1, "", "\03665xB\r", "AB"},
+        {"compose 1 is refused outside mode 1", 0, 80, 1, "", "\0361xB\r", "B"},
+        {"compose 1 in mode 1", 1, 80, 1, "", "\0361x\r", "\x01"},
         {"compose with no digit drops the key", 0, 80, 1, "", "\x1eqB\r", "B"},
         {"German letters count one each", 0, 4, 1, "", "Jürgen\r", "Jürg"},
     };
@@ -138,12 +125,8 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
     // can be composed.
     t_Vtab(window, 2);
     t_Htab(window, 1);
-    t_PostKeyString("Grüße\x1e"
-                    "027"
-                    "20AC\x1e"
-                    "029\x0c\r");
-    EXPECT_EQ(t_InputForm(window, "", "", false, 1, 80), "Grüße\x1b"
-                                                         "20AC\x1d");
+    t_PostKeyString("Grüße\03602720AC\036029\014\r");
+    EXPECT_EQ(t_InputForm(window, "", "", false, 1, 80), "Grüße\03320AC\035");
     EXPECT_EQ(screen->pasteboard, "Grüße€");
 
     // Paste: the first line only, through the key queue and its filters.
@@ -156,8 +139,7 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
     EXPECT_EQ(t_InputForm(window, "", "", false, 0, 80), "");
     std::string rest;
     while (t_KeyEventPending.load()) rest += stringfromscalar(t_NextEvent());
-    EXPECT_EQ(rest, "20AC\x1d"
-                    "b");
+    EXPECT_EQ(rest, "20AC\035b");
     // A paste far larger than the field yields what fits.
     screen->pasteboard = std::string(100000, 'x');
     t_PostKeyString("\x16");

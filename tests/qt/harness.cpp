@@ -1,4 +1,6 @@
 #include "harness.h"
+#include "store/store.h"
+#include "tests/testsupport.h"
 
 #include <QProcessEnvironment>
 
@@ -40,6 +42,19 @@ std::string Bundle::datafile() const {
 
 void Bundle::writedata(const std::string& text) const {
     std::ofstream(datafile(), std::ios::binary) << text;
+}
+
+std::string dumpof(const People& people) {
+    testsupport::freshstore();
+    const Int table = d_CreateTable("Seelenorakel");
+    const Int name = d_CreateField(table, "Name", d_TypeString),
+              attribute = d_CreateField(table, "Attribute", d_TypeString);
+    for (const auto& [n, a] : people) {
+        const Int record = d_CreateRecord(table);
+        d_SetData(table, record, name, n);
+        d_SetData(table, record, attribute, a);
+    }
+    return d_DumpDatabase(true, true, false);
 }
 
 std::string Bundle::readdata() const {

@@ -11,6 +11,8 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace harness {
 
@@ -29,6 +31,11 @@ struct Bundle {
     void writedata(const std::string& text) const;
     std::string readdata() const;
 };
+
+using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute
+
+// The data file that the store of these people dumps, as the game writes it.
+std::string dumpof(const People& people);
 
 struct Game {
     // The platform may carry options, such as a screen of another size: "offscreen:configfile=FILE".
