@@ -13,6 +13,11 @@ extern std::atomic<int64_t> t_DebugLevel;
 
 // One log line: text and a line end, to standard output.
 void debuglog(std::string_view text);
+// Whether a line would be written: lines that can come once per symbol ask first, so that a quiet run
+// doesn't format them.
+inline bool debuglogging() {
+    return t_DebugLevel.load(std::memory_order_relaxed) >= 1;
+}
 // A piece of a log line without a line end; the line goes out whole once a later piece ends it.
 void debuglogpart(std::string_view text);
 // Where the log goes; tests capture it. nullptr restores standard output.

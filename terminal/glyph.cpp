@@ -323,15 +323,17 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
     t_Window& w = t_WindowTable[window];
     const t_Font& font = w.Font;
     if (font.Data.empty()) {
-        debuglog("t_PrintSymbol: Window #" + std::to_string(window) + " not initialized.");
+        if (debuglogging())
+            debuglog("t_PrintSymbol: Window #" + std::to_string(window) + " not initialized.");
         return;
     }
     const Int fw = font.Width, fh = font.Height;
     // The grid test is ours, beyond the plain pixel test: it keeps the cell inside the text block when
     // the font was changed for one of another size, and refuses cells left of or above the grid.
     if (x < 1 || y < 1 || x > w.TextWidth || y > w.TextHeight || w.Width < fw * x || w.Height < fh * y) {
-        debuglog("t_PrintSymbol: Window #" + std::to_string(window) +
-                 " illegal coordinates (x = " + std::to_string(x) + ", y = " + std::to_string(y) + ").");
+        if (debuglogging())
+            debuglog("t_PrintSymbol: Window #" + std::to_string(window) +
+                     " illegal coordinates (x = " + std::to_string(x) + ", y = " + std::to_string(y) + ").");
         return;
     }
     const Int cell = (x - 1) + w.TextWidth * (y - 1);
@@ -340,8 +342,10 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
     // This guard and the two on the font cell and its glyph data below are ours, each with its log line:
     // they keep a damaged record or font from writing outside the memory.
     if (cell >= half || w.TextMemoryEnd >= memory) {
-        debuglog("t_PrintSymbol: Window #" + std::to_string(window) + " text block too small for cell (x = " +
-                 std::to_string(x) + ", y = " + std::to_string(y) + ").");
+        if (debuglogging())
+            debuglog("t_PrintSymbol: Window #" + std::to_string(window) +
+                     " text block too small for cell (x = " + std::to_string(x) +
+                     ", y = " + std::to_string(y) + ").");
         return;
     }
 
@@ -363,10 +367,12 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
         const PlotLoop loop = loopfor(w.BitDepth);
         const Int stride = stridefor(w.BitDepth, w.Width);
         if (fw < 1 || fw > 255 || fh < 1 || fh > 255) {
-            debuglog("t_PrintSymbol: Font cell of " + std::to_string(fw) + " x " + std::to_string(fh) +
-                     " pixel cannot be plotted.");
+            if (debuglogging())
+                debuglog("t_PrintSymbol: Font cell of " + std::to_string(fw) + " x " + std::to_string(fh) +
+                         " pixel cannot be plotted.");
         } else if (static_cast<Int>(font.Data.size()) < glyphSize * (symbol + 1)) {
-            debuglog("t_PrintSymbol: Font has no glyph data for symbol " + std::to_string(symbol) + ".");
+            if (debuglogging())
+                debuglog("t_PrintSymbol: Font has no glyph data for symbol " + std::to_string(symbol) + ".");
         } else if (loop && w.MemoryStart >= 0 && w.MemoryStart + w.Height * stride - 1 <= w.MemoryEnd &&
                    w.MemoryEnd < memory) {
             Plot p{font.Data.data() + glyphSize * symbol,
