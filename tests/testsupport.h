@@ -21,11 +21,6 @@ struct LogCapture {
     ~LogCapture() { debuglogsink(nullptr); }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
-    // How many lines begin with the prefix.
-    size_t count(std::string_view prefix) const {
-        return static_cast<size_t>(std::count_if(
-            lines.begin(), lines.end(), [&](const std::string& l) { return l.rfind(prefix, 0) == 0; }));
-    }
     bool has(const std::string& line) const {
         return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
