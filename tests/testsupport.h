@@ -5,7 +5,6 @@
 #include "store/store.h"
 
 #include <algorithm>
-#include <climits>
 #include <filesystem>
 #include <mutex>
 #include <unistd.h>
@@ -48,11 +47,7 @@ struct ThreadLogCapture {
 
 // The bundle the build makes beside the tests' folder, with the fonts and the beep.
 inline std::string builtbundle() {
-    char buffer[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (n <= 0) return {};
-    return (std::filesystem::path(std::string(buffer, static_cast<size_t>(n))).parent_path().parent_path() /
-            "Seelenorakel.app")
+    return (std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "Seelenorakel.app")
         .string();
 }
 
