@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -30,13 +30,8 @@ Int participanttable() {
     return table;
 }
 
-int64_t keyat(Int table, Int record, Int field) {
-    return d_DataKey[static_cast<size_t>(d_GetDataIndex(table, record, field))];
-}
-
-TEST(Store, NamesAreCutAndBadNumbersLogAndFail) {
+TEST(Store, NamesAreCutAndBadNumbersFail) {
     freshstore();
-    LogCapture log;
     EXPECT_EQ(std::vector<Int>({d_CreateField(0, "F", 0), d_FieldsInTable(-1), d_RecordsInTable(3),
                                 d_CreateRecord(0), d_GetFieldIndexI(0, "F"),
                                 d_SearchUniqueRecord(0, 0, "x", false)}),
@@ -53,75 +48,29 @@ TEST(Store, NamesAreCutAndBadNumbersLogAndFail) {
     EXPECT_EQ(d_CreateField(table, "More", d_TypeString), -1);
     EXPECT_FALSE(d_SetData(table, 3, 0, "x") || d_SetData(table, 1, 5, "y"));
     EXPECT_EQ(d_GetData(table, 3, 0) + d_GetData(table, 1, 1), "");
-    for (const std::string& line :
-         Lines{"d_CreateField: Table #0 not found.", "d_SearchUniqueRecord: Table #0 not found.",
-               "d_GetData: Table #0 not found.", "d_CreateTable: Table [" + x32 + "z] already exists.",
-               "d_CreateRecord: Table #0 has no fields.",
-               "d_CreateField: Field [" + u40.substr(0, 66) + "] already exists.",
-               "d_CreateField: Table is not empty (2 records), cannot create field.",
-               "d_SetData: Error setting data for table = #0 #0, record = #3, field = #0, data = 'x'",
-               "d_GetData: Record #3 not found.", "d_GetData: Field #1 not found.",
-               "d_GetDataIndex: Field #5 not found."})
-        EXPECT_TRUE(log.has(line)) << line;
-}
-
-TEST(Store, EveryTypeStoresItsTextAndKey) {
-    constexpr int64_t maximum = std::numeric_limits<int64_t>::max();
-    constexpr int64_t minimum = std::numeric_limits<int64_t>::min();
-    // clang-format off
-    const struct { Int type; std::string value, text; int64_t key; } rows[] = {
-        {d_TypeInteger, "  - 40", "-40", -40}, {d_TypeReal, "-2.7", "-2,7", -2}, {d_TypeReal, "-0,999", "-0,999", 0},
-        {d_TypeReal, "-1e400", "-inf", minimum},
-        // 2^63 doesn't fit and is held at the largest key; -2^63 fits.
-        {d_TypeReal, "92233720368547758,08e2", "9,223372036854776e+18", maximum},
-        {d_TypeReal, "-92233720368547758,08e2", "-9,223372036854776e+18", minimum},
-        {d_TypeBoolean, "Ja", "True", 1}, {d_TypeBoolean, "YES", "True", 1}, {d_TypeBoolean, "-1", "True", 1},
-        {d_TypeBoolean, "False", "False", 0}, {d_TypeBoolean, "NEIN", "False", 0}, {d_TypeBoolean, "No", "False", 0},
-        {d_TypeBoolean, "x", "False", 0},
-        // Keys pack the low bytes of the first eight scalars, String keys after lower-casing, top bit cleared.
-        {d_TypeString, "ÄRGER", "ÄRGER", 0x72656772e4}, {d_TypeString, "abcdefgÿ", "abcdefgÿ", 0x7f67666564636261},
-        {d_TypeTime, "3725000", "62:05", 3725000}, {d_TypeLongTime, "3725000", "1:02:05", 3725000},
-        {d_TypeOther, "ABCDEFGÿ", "ABCDEFGÿ", 0x7f47464544434241}};
-    // clang-format on
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::to_string(row.type) + " " + row.value);
-        freshstore();
-        const Int table = d_CreateTable("T");
-        d_CreateField(table, "F", row.type);
-        EXPECT_TRUE(d_SetData(table, d_CreateRecord(table), 0, row.value));
-        EXPECT_EQ(d_GetData(table, 1, 0), row.text);
-        EXPECT_EQ(keyat(table, 1, 0), row.key);
-    }
 }
 
 TEST(Store, SearchComparesKeysFirstAndTextsAfter) {
     const Int table = participanttable();
     LogCapture log;
     EXPECT_EQ(d_SearchUniqueRecord(table, 2, "x", false) + d_SearchUniqueRecord(table, 0, "x", false), -2);
-    for (const char* n : {"Karl Muster", "Anna Maria Meier", "Anna Maria Müller", "Anna Meier"})
+    for (const char* n : {"Karl Muster", "Anna Maria Meier", "Anna Maria Müller", "Anna Meier", "Jörg Groß"})
         d_SetData(table, d_CreateRecord(table), 0, n);
-    // Same first eight characters, same key: the texts tell them apart.
-    EXPECT_EQ(keyat(table, 2, 0), keyat(table, 3, 0));
     EXPECT_EQ(d_SearchUniqueRecord(table, 0, "ANNA MEIER", false), 4);
-    EXPECT_EQ(log.lines, (Lines{"d_SearchUniqueRecord: Field #[2] not found.",
-                                "d_SearchUniqueRecord: Table #0 has no records.",
-                                "d_CreateRecord: Working Record created.",
-                                "d_SearchUniqueRecord: Found record [8] #'4'."}));
-    // Loading makes the Working Record a copy of the current record, key and all; it is never searched.
-    d_Tables[0].RecordCurrent = 2;
-    d_LoadRecord(table);
-    EXPECT_EQ(d_GetData(table, 0, 0), "Anna Maria Meier");
-    EXPECT_EQ(d_DataKey[0], keyat(table, 2, 0));
-    d_SetData(table, 1, 0, "anna meier"); // the first match wins
-    const struct {
-        std::string value;
-        bool caseSensitive;
-        Int record;
-    } rows[] = {{"ANNA MARIA MÜLLER", false, 3}, {"Anna Maria Meier", true, 2},
-                {"anna maria meier", true, -1},  {"Niemand Da", false, -1},
-                {"Anna Meier", false, 1},        {"Anna Meier", true, 4}};
-    for (const auto& row : rows)
-        EXPECT_EQ(d_SearchUniqueRecord(table, 0, row.value, row.caseSensitive), row.record) << row.value;
+    const std::string search = "d_SearchUniqueRecord: ";
+    EXPECT_EQ(log.lines,
+              (Lines{search + "Field #[2] not found.", search + "Table #0 has no records.",
+                     "d_CreateRecord: Working Record created.", search + "Found record [8] #'4'."}));
+    // Records 2 and 3 share their first eight characters, and so their key: the texts tell them apart. The
+    // first match wins; the Working Record is never searched.
+    d_SetData(table, 1, 0, "anna meier");
+    d_SetData(table, 0, 0, "Niemand Da");
+    const std::tuple<std::string, bool, Int> rows[] = {
+        {"ANNA MARIA MÜLLER", false, 3}, {"Anna Maria Meier", true, 2}, {"anna maria meier", true, -1},
+        {"Niemand Da", false, -1},       {"Anna Meier", false, 1},      {"Anna Meier", true, 4},
+        {"JÖRG GROß", false, 5}};
+    for (const auto& [value, caseSensitive, record] : rows)
+        EXPECT_EQ(d_SearchUniqueRecord(table, 0, value, caseSensitive), record) << value << caseSensitive;
 }
 
 // The program only ever adds; deleting is the store's own business when it is built anew.
@@ -132,28 +81,19 @@ TEST(Store, DeletionsRenumberAndBlankTheCells) {
     d_SetData(1, d_CreateRecord(1), 0, "x");
     LogCapture log;
     d_DeleteRecord(0, 2); // one record goes, the others move down
-    EXPECT_EQ(d_GetData(0, 2, 0), "d");
     d_DeleteRecord(0, 7);
-    d_DeleteTable(5);
-    d_DeleteTableRecords(9);
+    EXPECT_EQ(d_GetData(0, 2, 0), "d");
     // The deleted table's cells are blank but stay allocated; the next table moves down.
     const Int next = d_DataNext;
     d_DeleteTable(0);
-    EXPECT_EQ(d_Selections[0].SelectionID + d_GetData(0, 1, 0), "Zweix");
-    EXPECT_EQ(d_DataText[2] + std::to_string(d_DataKey[2]) + std::to_string(d_DataNext - next), "00");
-    // The table's records go, the Working Record stays, the next record is 1 again in fresh cells.
-    d_DeleteTableRecords(0);
-    EXPECT_EQ(d_CreateRecord(0), 1);
-    EXPECT_EQ(d_GetDataIndex(0, 1, 0), next);
+    d_DeleteTable(5);
+    EXPECT_EQ(d_Selections[0].SelectionID + d_GetData(0, 1, 0) + d_DataText[2], "Zweix");
+    EXPECT_EQ(d_DataKey[2] + d_DataNext - next, 0);
+    d_DeleteTableRecords(9);
     d_DeleteDatabase(false);
     EXPECT_EQ(d_DataNext + d_DataCapacity + d_TableCount, 0);
-    EXPECT_TRUE(d_Tables.empty() && d_Selections.empty() && d_DataText.empty() && d_DataKey.empty());
-    for (const std::string line :
-         {"d_DeleteRecord: Record #7 not found.", "d_DeleteTable: Table #5 not found.",
-          "d_RecordsInTable: Table #9 not found.", "d_DeleteTableRecords: Delete 2 records start.",
-          "d_DeleteTable: Delete WorkingRecord.",
-          "d_DeleteDatabase: Start (1 tables in database) (recursive)."})
-        EXPECT_TRUE(log.has(line)) << line;
+    EXPECT_TRUE(log.has("d_DeleteRecord: Record #7 not found.") &&
+                log.has("d_DeleteTable: Table #5 not found."));
 }
 
 TEST(Store, DumpListsTablesFieldsAndRecords) {
@@ -161,13 +101,13 @@ TEST(Store, DumpListsTablesFieldsAndRecords) {
     EXPECT_EQ(d_DumpDatabase(true, true, true), "");
     d_CreateTable("Leer");
     const Int full = d_CreateTable("Voll");
-    const std::vector<Int> types = {d_TypeLongTime, d_TypeOther,  d_TypeReal,   d_TypeTime,
-                                    d_TypeData,     d_TypeString, d_TypeBoolean};
     const std::string forty = "Vierzig Zeichen: äöü und noch mehr Text.";
-    const Lines values = {"3725000", "?", "1,5", "65000", "Roh", forty, "ja"};
-    for (size_t f = 0; f < types.size(); ++f) d_CreateField(full, "F" + std::to_string(f), types[f]);
+    const std::pair<Int, std::string> cells[] = {
+        {d_TypeLongTime, "3725000"}, {d_TypeOther, "?"},    {d_TypeReal, "1,5"},  {d_TypeTime, "65000"},
+        {d_TypeData, "Roh"},         {d_TypeString, forty}, {d_TypeBoolean, "ja"}};
+    for (Int f = 0; f < 7; ++f) d_CreateField(full, "F" + std::to_string(f), cells[f].first);
     const Int r = d_CreateRecord(full);
-    for (size_t f = 0; f < values.size(); ++f) d_SetData(full, r, static_cast<Int>(f), values[f]);
+    for (Int f = 0; f < 7; ++f) d_SetData(full, r, f, cells[f].second);
     d_CreateField(d_CreateTable("Leer am Ende"), "A", d_TypeInteger);
     // Pretty: type names padded, values cut to 32 characters; times as their milliseconds.
     EXPECT_EQ(
@@ -179,13 +119,12 @@ TEST(Store, DumpListsTablesFieldsAndRecords) {
         " f5        S:Vierzig Zeichen: äöü und noch me\r f6        B:True\r\r"
         "Table 2 ::::::::: Leer am Ende\rField 0         : Integer : A\r");
     // The plain dump keeps whole values, and the reader rebuilds every table and type from it alone.
-    const std::string data =
-        "R1\r f0        L:3725000\r f1        O:?\r f2        R:1,5\r f3        T:65000\r"
-        " f4        D:Roh\r f5        S:" +
-        forty + "\r f6        B:True\r";
-    EXPECT_EQ(d_DumpDatabase(false, true, false), data + "\r");
     const std::string plain = d_DumpDatabase(true, true, false);
-    EXPECT_EQ(plain.substr(0, 36), "T0          :Leer\rT1          :Voll\r");
+    EXPECT_EQ(plain.substr(0, 52), "T0          :Leer\rT1          :Voll\rF0         L:F0\r");
+    EXPECT_NE(plain.find("\rR1\r f0        L:3725000\r f1        O:?\r f2        R:1,5\r f3        T:65000\r"
+                         " f4        D:Roh\r f5        S:" +
+                         forty + "\r f6        B:True\r\rT2          :"),
+              std::string::npos);
     EXPECT_TRUE(load(plain, false));
     EXPECT_EQ(d_DumpDatabase(true, true, false), plain);
 }
@@ -194,45 +133,40 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
     const std::string r = "d_CreateDatabaseFromBinary: ", set = r + "Could not set field-data.",
                       illegal = r + "Illegal Instruction in line #",
                       working = "d_CreateRecord: Working Record created.",
-                      shortT = r + "Table line #1 too short.", norecord = r + "Could not create record #-1.",
+                      norecord = r + "Could not create record #-1.",
                       notable = "d_CreateRecord: Table #-1 not found.";
-    const struct {
-        std::string file;
-        bool append, result;
-        Lines logged;
-        std::string dump; // behind the participant table's structure when appending
-    } rows[] = {
-        // clang-format off
+    // clang-format off
+    // dump: behind the participant table's structure when appending
+    const struct { std::string file; bool append, result; Lines logged; std::string dump; } rows[] = {
         {"\r f0        S:early\rT0          :Seelenorakel\r f0        S:no record\rR1\r f0        S:Anna\r"
          " f1        S:1\r f2        S:surplus\rR2\r f0        S:Karl\r", true, false, {set, set, working, set},
          "R1\r f0        S:Anna\r f1        S:1\rR2\r f0        S:Karl\r f1        S:\r"},
         {"R1\r f0        S:x\r", true, false, {notable, norecord, set}, ""},
         {"T0          :A\rR1\r f0        S:ok\rT7          :B\rR1\r f0        S:lost\r", true, false,
          {working, r + "Table #7 in line #4 not found.", notable, norecord, set}, "R1\r f0        S:ok\r f1        S:\r"},
-        {"T", true, false, {shortT}, ""},
+        {"T", true, false, {r + "Table line #1 too short."}, ""},
         {"", true, false, {}, ""},
-        {"T0        ", true, false, {shortT}, ""},
         {"T0\rR1\r f0        S:kurz\r", true, true, {working}, "R1\r f0        S:kurz\r f1        S:\r"},
         {"T0  :Kurz\rT0          :Lang\rF0 S:X\rF0         S:Y\r", false, false,
          {r + "Line #1 too short for a table.", "d_CreateTable: Table [Lang] #0 created.",
           r + "Line #3 too short for a field."}, "T0          :Lang\rF0         S:Y\r"},
-        {"T0          :A\rF0         S:X\rT1          :A\rF1         S:Y\r", false, false,
-         {"d_CreateTable: Table [A] #0 created.", "d_CreateTable: Table [A] already exists.",
-          "d_CreateDatabaseFromBinaryt: Could not create table."}, "T0          :A\rF0         S:X\rF1         S:Y\r"},
-        {"T0          :A\rF0         S:X\rF1         S:X\r", false, false, {"d_CreateTable: Table [A] #0 created.",
-          "d_CreateField: Field [X] already exists.", r + "Could not create layout-field."}, "T0          :A\rF0         S:X\r"},
         // Appending keeps the structure in memory and skips stray lines; a value that isn't UTF-8 comes out empty.
         {"T0          :Fremd\rF0         I:Zahl\rX anything at all\rR1\r f0        I:12abc\r f1        S:Gr\xFC\xDF"
          "e\rR2\r f\r f1        S:\xC3\xBC ok", true, true, {working},
          "R1\r f0        S:12abc\r f1        S:\rR2\r f0        S:\r f1        S:\xC3\xBC ok\r"},
+        // A rebuild takes the file's types, with forgiving numbers and truths.
+        {"T0          :Typen\rF0         I:Zahl\rF1         B:Ja\rF2         R:Wert\rR1\r f0        I:  - 40\r"
+         " f1        B:NEIN\r f2        R:-1e400\rR2\r f0        I:7\r f1        B:-1\r f2        R:92233720368547758,08e2",
+         false, true, {"d_CreateTable: Table [Typen] #0 created.", working},
+         "T0          :Typen\rF0         I:Zahl\rF1         B:Ja\rF2         R:Wert\rR1\r f0        I:-40\r f1        B:False\r"
+         " f2        R:-inf\rR2\r f0        I:7\r f1        B:True\r f2        R:9,223372036854776e+18\r"},
         // Line feeds behind the carriage returns start lines that appending skips and a rebuild reports.
         {"T0          :Seelenorakel\r\nF0         S:Name\r\nR1\r\n f0        S:Anna\r\n", true, true, {}, ""},
         {"T0          :Seelenorakel\r\nF0         S:Name\rX anything at all\r\rQ", false, true,
          {"d_CreateTable: Table [Seelenorakel] #0 created.", illegal + "2: [\n] #10: '\nF0         S:Name'",
           illegal + "3: [X] #88: 'X anything at all'", illegal + "4: [\r] #13: ''", illegal + "5: [Q] #81: 'Q'"},
-         "T0          :Seelenorakel\r"},
-        // clang-format on
-    };
+         "T0          :Seelenorakel\r"}};
+    // clang-format on
     const std::string structure = "T0          :Seelenorakel\rF0         S:Name\rF1         S:Attribute\r";
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.file));
