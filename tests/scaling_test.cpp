@@ -8,16 +8,13 @@ namespace {
 
 TEST(Scaling, FitStepsAndClicks) {
     // Window 0's picture, 1312 by 832, in rooms of several sizes and device pixel ratios.
-    const struct {
-        const char* name;
-        double roomW, roomH, dpr;
-        t_Placement expected;
-    } rows[] = {
+    // clang-format off
+    const struct { const char* name; double roomW, roomH, dpr; t_Placement expected; } rows[] = {
         {"twice, letterboxed across", 2800, 1664, 1, {2, 88, 0, 2624, 1664, true}},
         {"scaled down to a laptop", 1366, 717, 1, {717.0 / 832, 117, 0, 1312 * 717.0 / 832, 717, false}},
         {"dense screen at a half", 656, 416, 2, {0.5, 0, 0, 656, 416, true}},
-        {"no room", 0, 0, 1, {1, 0, 0, 0, 0, true}},
-    };
+        {"no room", 0, 0, 1, {1, 0, 0, 0, 0, true}}};
+    // clang-format on
     for (const auto& row : rows) {
         const t_Placement p = placecontent(1312, 832, row.roomW, row.roomH, row.dpr), &e = row.expected;
         EXPECT_THAT((std::vector{p.Scale, p.X, p.Y, p.Width, p.Height}),
