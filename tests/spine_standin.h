@@ -51,10 +51,8 @@ inline MainThread& mainthread() {
 
 inline void post(std::function<void()> block) {
     MainThread& m = mainthread();
-    {
-        std::lock_guard<std::mutex> lock(m.mutex);
-        m.blocks.push_back(std::move(block));
-    }
+    std::lock_guard<std::mutex> lock(m.mutex);
+    m.blocks.push_back(std::move(block));
     m.wake.notify_one();
 }
 
@@ -74,8 +72,7 @@ inline bool onmain(std::function<void()> block, std::chrono::milliseconds limit 
 struct Screen {
     bool window[13] = {true, true, true, true, true, true, true, true, true, true, true, true, true};
     bool view[8] = {true, true, true, true, true, true, true, true};
-    t_PlatformRect frame[13];
-    t_PlatformRect scrollFrame[13];
+    t_PlatformRect frame[13], scrollFrame[13];
     std::mutex mutex;
     std::string pasteboard;
     std::atomic<int> syncCrossings{0};
@@ -101,10 +98,8 @@ inline std::shared_ptr<Screen> install(std::shared_ptr<Screen> screen = std::mak
     port.View = [=](uint8_t n) { return handle(n <= 7 && screen->view[n], n, 1); };
     port.TextView = [=](uint8_t n) { return handle(n >= 8 && n <= 10 && screen->window[n], n, 2); };
     port.ScrollView = port.TextView;
-    port.WindowFrame = [screen](uint8_t n) { return n <= 12 ? screen->frame[n] : t_PlatformRect{}; };
-    port.ScrollViewFrame = [screen](uint8_t n) {
-        return n <= 12 ? screen->scrollFrame[n] : t_PlatformRect{};
-    };
+    port.WindowFrame = [=](uint8_t n) { return n <= 12 ? screen->frame[n] : t_PlatformRect{}; };
+    port.ScrollViewFrame = [=](uint8_t n) { return n <= 12 ? screen->scrollFrame[n] : t_PlatformRect{}; };
     auto paste = [screen](auto change) {
         screen->note();
         std::lock_guard<std::mutex> lock(screen->mutex);

@@ -5,7 +5,6 @@
 #include "store/store.h"
 
 #include <algorithm>
-#include <climits>
 #include <filesystem>
 #include <mutex>
 #include <unistd.h>
@@ -21,11 +20,6 @@ struct LogCapture {
     ~LogCapture() { debuglogsink(nullptr); }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
-    // How many lines begin with the prefix.
-    size_t count(std::string_view prefix) const {
-        return static_cast<size_t>(std::count_if(
-            lines.begin(), lines.end(), [&](const std::string& l) { return l.rfind(prefix, 0) == 0; }));
-    }
     bool has(const std::string& line) const {
         return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
@@ -53,11 +47,7 @@ struct ThreadLogCapture {
 
 // The bundle the build makes beside the tests' folder, with the fonts and the beep.
 inline std::string builtbundle() {
-    char buffer[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (n <= 0) return {};
-    return (std::filesystem::path(std::string(buffer, static_cast<size_t>(n))).parent_path().parent_path() /
-            "Seelenorakel.app")
+    return (std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "Seelenorakel.app")
         .string();
 }
 
