@@ -6,6 +6,9 @@
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -57,6 +60,34 @@ TEST_F(Files, FailedWritesLeaveTheOldFileWhole) {
                                                    "setstringtofile: Error #File too large: " + path}));
     EXPECT_EQ(readback(path), "die alten Daten\r");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1); // no copy left behind
+}
+
+// A file made read-only stays as it is; a folder where nothing can be made gets its file written in place.
+// As root, whom no permission stops, a thread with another user's file rights stands in for that user.
+TEST_F(Files, ReadOnlyFilesStayAndUnwritableFoldersGetTheFileWrittenInPlace) {
+    const std::string path = folder + "Seelenorakel-Daten.txt";
+    ASSERT_EQ(setstringtofile(path, "alt\r"), 0);
+    LogCapture log;
+    ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+    EXPECT_EQ(setstringtofile(path, "neu\r"), EACCES);
+    EXPECT_EQ(readback(path), "alt\r");
+    ASSERT_EQ(chmod(path.c_str(), 0666), 0);
+    ASSERT_EQ(chmod(folder.c_str(), 0555), 0);
+    int64_t code = -1;
+    std::thread user([&] {
+        // File rights are per thread at this level (setuid would change the whole process).
+        if (geteuid() == 0) syscall(SYS_setfsgid, 65534), syscall(SYS_setfsuid, 65534);
+        code = setstringtofile(path, "neu\r");
+    });
+    user.join();
+    chmod(folder.c_str(), 0700);
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(readback(path), "neu\r");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+    EXPECT_EQ(log.lines,
+              (std::vector<std::string>{"setstringtofile: The file is read-only and was not saved: " + path,
+                                        "setstringtofile: No file can be made beside " + path +
+                                            ", so it was written in place."}));
 }
 
 } // namespace
