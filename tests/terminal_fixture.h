@@ -1,6 +1,5 @@
-// Windows for the terminal tests, made by t_InitWindow through the stand-in platform, with a small font
-// whose glyphs have a blank top row, a full second row and grey ramps below, so that every row kind of
-// the plotter is met. Each test leaves a blank memory behind.
+// Text windows made by t_InitWindow through the stand-in platform, with a small font whose glyphs have a
+// blank top row, a full second row and grey ramps below, so that every row kind of the plotter is met.
 #pragma once
 
 #include "window_recorder.h"
@@ -9,71 +8,8 @@
 
 namespace termtest {
 
-constexpr Int cellWidth = 4, cellHeight = 4;
-
-inline uint8_t greyof(Int symbol, Int row, Int column) {
-    return row == 0   ? 0
-           : row == 1 ? 255
-                      : static_cast<uint8_t>((symbol * 29 + row * 71 + column * 53) & 0xFF);
-}
-
-[[gnu::noinline]] inline t_Font testfont(uint8_t start = 0, uint8_t end = 255, Int width = 4,
-                                         Int height = 4) {
-    t_Font font = windowtest::cellfont(width, height);
-    font.Start = start;
-    font.End = end;
-    for (Int s = 0, i = 0; s < 256; ++s)
-        for (Int r = 0; r < height; ++r)
-            for (Int c = 0; c < width; ++c) font.Data[i++] = greyof(s, r % 6, c);
-    return font;
-}
-
 inline t_Window& record(uint8_t window) {
     return t_WindowTable[window];
-}
-
-// The symbol, or with the colour plane (which starts at half the text block) the colour, of a cell.
-inline uint8_t symbolat(uint8_t window, Int x, Int y, bool colour = false) {
-    const t_Window& w = record(window);
-    const Int half = colour ? (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2 : 0;
-    return t_VideoMemory[w.TextMemoryStart + half + (x - 1) + w.TextWidth * (y - 1)];
-}
-
-inline uint8_t attributeat(uint8_t window, Int x, Int y) {
-    return symbolat(window, x, y, true);
-}
-
-// The symbols of a line from column from to column to (0: the last).
-inline std::string line(uint8_t window, Int y, Int from = 1, Int to = 0) {
-    std::string out;
-    for (Int x = from; x <= (to ? to : record(window).TextWidth); ++x)
-        out += static_cast<char>(symbolat(window, x, y));
-    return out;
-}
-
-inline void expectcursor(uint8_t window, Int x, Int y) {
-    EXPECT_EQ(std::to_string(record(window).TextHpos) + "," + std::to_string(record(window).TextVpos),
-              std::to_string(x) + "," + std::to_string(y));
-}
-
-// The pixel rows of the graphic block, without the spare bytes that rounding leaves above them.
-inline std::vector<uint8_t> graphicblock(uint8_t window) {
-    const t_Window& w = record(window);
-    const auto from = t_VideoMemory.begin() + w.MemoryStart;
-    return {from, from + (w.Width * w.Height * w.BitDepth + 7) / 8};
-}
-
-// Both planes of the text block, without their spare bytes.
-inline std::vector<uint8_t> textplanes(uint8_t window) {
-    std::vector<uint8_t> out;
-    for (bool colour : {false, true})
-        for (Int y = 1; y <= record(window).TextHeight; ++y)
-            for (Int x = 1; x <= record(window).TextWidth; ++x) out.push_back(symbolat(window, x, y, colour));
-    return out;
-}
-
-inline void printbytes(uint8_t window, const std::string& bytes) {
-    t_Print(window, Text{std::vector<uint8_t>(bytes.begin(), bytes.end())});
 }
 
 // The window's own start-up lines are not what these tests look at.
@@ -83,18 +19,21 @@ template <typename Body> void quietly(Body body) {
     t_DebugLevel = level;
 }
 
-class TerminalTest : public ::testing::Test {
+class TerminalTest : public windowtest::WindowTest {
   protected:
-    void SetUp() override {
-        standin::install();
-        t_DebugLevel = 1;
-        savedAutoUpdate = t_AutoUpdateRunning.exchange(true); // t_InitWindow starts the refresh only if false
+    [[gnu::noinline]] static t_Font testfont(uint8_t start = 0, uint8_t end = 255, Int width = 4,
+                                             Int height = 4) {
+        t_Font font = windowtest::cellfont(width, height);
+        font.Start = start;
+        font.End = end;
+        for (Int s = 0, i = 0; s < 256; ++s)
+            for (Int r = 0; r < height; ++r)
+                for (Int c = 0; c < width; ++c)
+                    font.Data[i++] = r % 6 == 0   ? 0
+                                     : r % 6 == 1 ? 255
+                                                  : uint8_t((s * 29 + r % 6 * 71 + c * 53) & 0xFF);
+        return font;
     }
-    void TearDown() override {
-        windowtest::blankmemory();
-        t_AutoUpdateRunning = savedAutoUpdate;
-    }
-    bool savedAutoUpdate = false;
     // A live window of columns by rows cells of the test font (or the one given), no border.
     static void makewindow(uint8_t window, Int depth, Int columns, Int rows,
                            const t_Font& font = testfont()) {
@@ -104,6 +43,38 @@ class TerminalTest : public ::testing::Test {
         ASSERT_TRUE(record(window).Initialized.load());
         record(window).TextInverse = false; // a new window keeps this from the last
         ASSERT_EQ(record(window).TextWidth * 100 + record(window).TextHeight, columns * 100 + rows);
+    }
+    // The symbol, or with the colour plane (which starts at half the text block) the colour, of a cell.
+    static uint8_t symbolat(uint8_t window, Int x, Int y, bool colour = false) {
+        const t_Window& w = record(window);
+        const Int half = colour ? (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2 : 0;
+        return t_VideoMemory[w.TextMemoryStart + half + (x - 1) + w.TextWidth * (y - 1)];
+    }
+    static uint8_t attributeat(uint8_t window, Int x, Int y) { return symbolat(window, x, y, true); }
+    // The symbols of a line from column from to column to (0: the last).
+    static std::string line(uint8_t window, Int y, Int from = 1, Int to = 0) {
+        std::string out;
+        for (Int x = from; x <= (to ? to : record(window).TextWidth); ++x)
+            out += static_cast<char>(symbolat(window, x, y));
+        return out;
+    }
+    static std::string cursor(uint8_t w) {
+        return std::to_string(record(w).TextHpos) + "," + std::to_string(record(w).TextVpos);
+    }
+    // The pixel rows of the graphic block, without the spare bytes that rounding leaves above them.
+    static std::vector<uint8_t> graphicblock(uint8_t window) {
+        const t_Window& w = record(window);
+        const auto from = t_VideoMemory.begin() + w.MemoryStart;
+        return {from, from + (w.Width * w.Height * w.BitDepth + 7) / 8};
+    }
+    // Both planes of the text block, without their spare bytes.
+    static std::vector<uint8_t> textplanes(uint8_t window) {
+        std::vector<uint8_t> out;
+        for (bool colour : {false, true})
+            for (Int y = 1; y <= record(window).TextHeight; ++y)
+                for (Int x = 1; x <= record(window).TextWidth; ++x)
+                    out.push_back(symbolat(window, x, y, colour));
+        return out;
     }
 };
 

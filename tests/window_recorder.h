@@ -11,8 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -26,43 +24,21 @@ constexpr uint8_t palette[16][3] = {
     {0x00, 0xFF, 0x00}, {0xFF, 0xFF, 0x00}, {0x00, 0xFF, 0xFF}, {0xFF, 0xFF, 0xFF},
 };
 
+// What the platform was asked to do. Written on the main thread only, and read after drainmain().
 struct Recorder {
     std::shared_ptr<standin::Screen> screen;
-    std::mutex mutex;
-    // One entry per platform call, in order, e.g. "frame 0 10,20 1312x864" or "title 1 Seelenorakel".
+    // One entry per window call, in order, e.g. "frame 0 10,20 1312x864" or "title 1 Seelenorakel".
     std::vector<std::string> calls;
     bool allOnMain = true;
     bool visible[13] = {};
-    bool textView[13] = {false, false, false, false, false, false, false, false, true, true, true};
-    t_PlatformRect screenFrame{0, 0, 1920, 1080};
-    int systemBeeps = 0;
+    int beeps = 0;
     std::vector<std::shared_ptr<const AiffSound>> played;
 
-    template <typename Body> auto locked(Body body) {
-        std::lock_guard<std::mutex> lock(mutex);
-        return body();
-    }
     void note(const std::string& call) {
-        locked([&] {
-            calls.push_back(call);
-            allOnMain = allOnMain && std::this_thread::get_id() == standin::mainthread().id;
-        });
+        calls.push_back(call);
+        allOnMain = allOnMain && std::this_thread::get_id() == standin::mainthread().id;
     }
-    std::vector<std::string> taken() {
-        return locked([&] { return std::exchange(calls, {}); });
-    }
-    int beeps() {
-        return locked([&] { return systemBeeps; });
-    }
-    size_t plays() {
-        return locked([&] { return played.size(); });
-    }
-    // The calls that begin with the word.
-    std::vector<std::string> of(const std::string& word) {
-        std::vector<std::string> out = locked([&] { return calls; });
-        std::erase_if(out, [&](const std::string& c) { return c.rfind(word + " ", 0) != 0; });
-        return out;
-    }
+    std::vector<std::string> taken() { return std::exchange(calls, {}); }
 };
 
 // The stand-in's windows, with the window operations recorded on top.
@@ -70,48 +46,35 @@ inline std::shared_ptr<Recorder> installrecorder() {
     auto r = std::make_shared<Recorder>();
     r->screen = standin::install();
     t_PlatformPort port = platformport();
-    auto n = [](uint8_t w) { return std::to_string(w) + " "; };
-    auto rect = [](const t_PlatformRect& f) {
+    auto n = [](const char* call, uint8_t w) { return call + (" " + std::to_string(w)); };
+    auto rect = [=](const char* call, uint8_t w, const t_PlatformRect& f) {
         auto i = [](double v) { return std::to_string(static_cast<long long>(v)); };
-        return i(f.X) + "," + i(f.Y) + " " + i(f.Width) + "x" + i(f.Height);
+        r->note(n(call, w) + " " + i(f.X) + "," + i(f.Y) + " " + i(f.Width) + "x" + i(f.Height));
     };
-    port.TextView = [r](uint8_t w) -> t_Handle {
-        return w <= 12 && r->textView[w] ? &r->screen->tokens[w][2] : nullptr;
-    };
-    port.ScrollView = port.TextView;
-    port.SetWindowFrame = [=](uint8_t w, t_PlatformRect f) {
-        r->note("frame " + n(w) + rect(f));
-        r->screen->frame[w] = f;
-    };
-    port.SetViewFrame = [=](uint8_t w, t_PlatformRect f) { r->note("view " + n(w) + rect(f)); };
+    port.SetWindowFrame = [=](uint8_t w, t_PlatformRect f) { rect("frame", w, r->screen->frame[w] = f); };
+    port.SetViewFrame = [=](uint8_t w, t_PlatformRect f) { rect("view", w, f); };
     port.SetScrollViewFrame = [=](uint8_t w, t_PlatformRect f) {
-        r->note("scroll " + n(w) + rect(f));
-        r->screen->scrollFrame[w] = f;
+        rect("scroll", w, r->screen->scrollFrame[w] = f);
     };
-    port.WindowCenter = [=](uint8_t w) { r->note("center " + std::to_string(w)); };
+    port.WindowCenter = [=](uint8_t w) { r->note(n("center", w)); };
     auto show = [=](const char* call, bool shown) {
-        return [=](uint8_t w) {
-            r->note(call + std::to_string(w));
-            r->visible[w] = shown;
-        };
+        return [=](uint8_t w) { r->note(n(call, w)), r->visible[w] = shown; };
     };
-    port.WindowOrderFront = show("front ", true);
-    port.WindowMakeKeyAndOrderFront = show("key ", true);
-    port.WindowOrderOut = show("out ", false);
+    port.WindowOrderFront = show("front", true);
+    port.WindowMakeKeyAndOrderFront = show("key", true);
+    port.WindowOrderOut = show("out", false);
     port.WindowIsVisible = [r](uint8_t w) { return r->visible[w]; };
-    port.SetWindowTitle = [=](uint8_t w, const std::string& t) { r->note("title " + n(w) + t); };
-    port.SetWindowStyle = [=](uint8_t w, Int mask) { r->note("style " + n(w) + std::to_string(mask)); };
+    port.SetWindowTitle = [=](uint8_t w, const std::string& t) { r->note(n("title", w) + " " + t); };
+    port.SetWindowStyle = [=](uint8_t w, Int mask) { r->note(n("style", w) + " " + std::to_string(mask)); };
     port.SetWindowBackground = [=](uint8_t w, t_RGBColor c) {
-        r->note("background " + n(w) + std::to_string(c.Red) + " " + std::to_string(c.Green) + " " +
+        r->note(n("background", w) + " " + std::to_string(c.Red) + " " + std::to_string(c.Green) + " " +
                 std::to_string(c.Blue));
     };
-    port.ScreenFrame = [r](uint8_t) { return r->screenFrame; };
-    port.TextViewNeedsDisplay = [=](uint8_t w) { r->note("needsdisplay " + std::to_string(w)); };
-    port.SetTextViewString = [=](uint8_t w, const std::string& t) { r->note("text " + n(w) + t); };
-    port.Beep = [r] { r->locked([&] { ++r->systemBeeps; }); };
-    port.PlaySound = [r](std::shared_ptr<const AiffSound> sound) {
-        r->locked([&] { r->played.push_back(sound); });
-    };
+    port.ScreenFrame = [](uint8_t) { return t_PlatformRect{0, 0, 1920, 1080}; };
+    port.TextViewNeedsDisplay = [=](uint8_t w) { r->note(n("needsdisplay", w)); };
+    port.SetTextViewString = [=](uint8_t w, const std::string& t) { r->note(n("text", w) + " " + t); };
+    port.Beep = [r] { ++r->beeps; };
+    port.PlaySound = [r](std::shared_ptr<const AiffSound> sound) { r->played.push_back(sound); };
     setplatformport(port);
     return r;
 }
@@ -135,8 +98,7 @@ inline void drainmain() {
 
 // Puts the window table and the video memory back to the state before any t_InitMemory.
 inline void blankmemory() {
-    const int64_t level = t_DebugLevel.load();
-    t_DebugLevel = 0;
+    const int64_t level = t_DebugLevel.exchange(0);
     t_MemoryStarted = false;
     t_InitMemory();
     t_DebugLevel = level;
@@ -162,6 +124,7 @@ inline void blankmemory() {
 class WindowTest : public ::testing::Test {
   protected:
     void SetUp() override {
+        t_DebugLevel = 1;
         initkbtools();
         recorder = installrecorder();
         blankmemory();
@@ -169,8 +132,7 @@ class WindowTest : public ::testing::Test {
         standin::waitfor([] { return !t_AutoUpdateRunning.load(); }, std::chrono::milliseconds(200));
         // Keeps the refresh process out of these tests; t_InitWindow starts it only when this is false.
         t_AutoUpdateRunning = true;
-        savedTitleBar = t_TitleBarHeight.load();
-        t_TitleBarHeight = 22;
+        savedTitleBar = t_TitleBarHeight.exchange(22);
         setbundlepath("/Programme/Seelenorakel.app");
     }
     void TearDown() override {
@@ -182,9 +144,9 @@ class WindowTest : public ::testing::Test {
     }
     // A live window without the log of its making.
     static void quietwindow(uint8_t window, Int depth, Int width, Int height, Int borderWidth,
-                            Int borderHeight, const t_Font& font = t_Font{}, bool titleVisible = true) {
+                            Int borderHeight, const t_Font& font = t_Font{}) {
         Log quiet;
-        t_InitWindow(window, depth, true, width, height, borderWidth, borderHeight, font, titleVisible);
+        t_InitWindow(window, depth, true, width, height, borderWidth, borderHeight, font, true);
         ASSERT_TRUE(t_WindowTable[window].Initialized.load());
     }
     std::shared_ptr<Recorder> recorder;
