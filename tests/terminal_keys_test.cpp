@@ -37,7 +37,7 @@ class Keys : public TerminalTest {
 TEST_F(Keys, WaitingShowsTheCursorAndSkipsEventsWithoutACharacter) {
     std::unique_lock<std::mutex> lock(t_KeyQueueLock);
     for (Int value : {-1, 0xD800, 0x110000, -7, 0x1F600}) // negatives are skipped, non-scalars read as zero
-        t_KeyQueue.push_back(t_Event{.Kind = 1, .Value = value});
+        t_KeyQueue.push_back(t_Event{.Kind = 1, .Description = {}, .Value = value});
     t_KeyEventPending = true;
     lock.unlock();
     std::string got;
