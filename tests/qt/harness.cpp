@@ -16,6 +16,9 @@ namespace {
 std::string hex(const std::string& bytes) {
     return QByteArray::fromStdString(bytes).toHex().toStdString();
 }
+std::string unhex(const std::string& text) {
+    return QByteArray::fromHex(QByteArray::fromStdString(text)).toStdString();
+}
 
 } // namespace
 
@@ -130,8 +133,7 @@ void Game::press(int key, const std::string& text, uint32_t modifiers, uint32_t 
     std::ostringstream line;
     line << "key " << scanCode << " " << key << " " << modifiers << " " << nativeModifiers << " "
          << hex(text);
-    std::string ignored;
-    ask(line.str(), ignored);
+    ask(line.str());
 }
 
 bool Game::type(std::string_view keys) {
@@ -151,10 +153,8 @@ void Game::escape() {
 }
 
 std::string Game::screen(int window) {
-    std::string answer;
-    ask("screen " + std::to_string(window), answer);
     // Without the blanks at the ends of the lines and the empty lines at the bottom.
-    std::istringstream lines(QByteArray::fromHex(QByteArray::fromStdString(answer)).toStdString());
+    std::istringstream lines(unhex(ask("screen " + std::to_string(window))));
     std::string text;
     for (std::string line; std::getline(lines, line);)
         text += line.erase(line.find_last_not_of(' ') + 1) + "\n";
@@ -172,14 +172,11 @@ std::string Game::ask(const std::string& command) {
 }
 
 std::string Game::clipboard() {
-    std::string answer;
-    ask("clipboard", answer);
-    return QByteArray::fromHex(QByteArray::fromStdString(answer)).toStdString();
+    return unhex(ask("clipboard"));
 }
 
 void Game::setclipboard(const std::string& text) {
-    std::string ignored;
-    ask("setclipboard " + hex(text), ignored);
+    ask("setclipboard " + hex(text));
 }
 
 std::string Game::log() {
