@@ -1,5 +1,5 @@
 // Keys of a German PC keyboard as the X11 desktop delivers them (X keycode, Qt key, text, modifiers), through
-// the translation and the key tables down to the Value a program reads; then from a view into the queues.
+// the translation and the key tables down to the Value a program reads; then from a view into the queue.
 #include "spine_standin.h"
 
 #include "display/display.h"
@@ -55,8 +55,7 @@ TEST(Keymap, EveryKeyOfTheGermanBoardGivesItsValue) {
         {86, '+', "+", K, 43, 69, ' '}, {0, F1 + 23, "", 0, 152, 255, 'f'},
         {0, DeadCircumflex, "", 0, 94, 10, ' '}, {0, 0x20AC, "€", G, 164, 14, ' '},
         {0, Home, "", K, 55, 89, ' '}, {0, '8', "8", K | A, 230, 91, ' '}, {0, 0xE7, "ç", 0, 231, 255, ' '},
-        {0, Enter, "\r", K, 13, 76, ' '}, {0, Delete, "\x7f", 0, 7, 117, ' '},
-        {0, 0xDF, "ß", 0, 223, 27, ' '}, {0, '@', "@", G, 64, 12, ' '}, {91, ',', ",", K, 44, 65, ' '},
+        {0, Enter, "\r", K, 13, 76, ' '}, {0, Delete, "\x7f", 0, 7, 117, ' '}, {91, ',', ",", K, 44, 65, ' '},
         // No key: characters beyond Latin-1 the tables don't know, € elsewhere, Control with pad 7, 8 or 9 (the
         // handler switches the output instead).
         {28, 0x167, "ŧ", G, -1, -1, ' '}, {13, 0x20AC, "€", G, -1, -1, ' '}, {0, 0x142, "ł", G, -1, -1, ' '},
@@ -99,85 +98,45 @@ TEST(Keymap, DeadKeysComposeTheNextLetter) {
 
 constexpr uint8_t win = 3;
 
-void clearqueues() {
-    std::scoped_lock lock(t_KeyQueueLock, t_MouseQueueLock);
-    t_KeyQueue.clear();
-    t_MouseQueue.clear();
-    t_KeyEventPending = t_MouseEventPending = false;
-}
-
-// Window 3 made by hand, 40 by 40 pixels inside a border of 8 across and 6 down; it and the memory flag are
-// put back afterwards.
+// Window 3 made by hand; it and the memory flag are put back afterwards.
 class Events : public ::testing::Test {
   protected:
     void SetUp() override {
         standin::install();
         t_DebugLevel = 1;
-        clearqueues();
+        clearqueue();
         savedMemory = t_MemoryInitialized.exchange(true);
         saved = t_WindowTable[win].Initialized.exchange(true);
-        t_Window& w = t_WindowTable[win];
-        w.Width = w.Height = 40, w.BorderWidth = 8, w.BorderHeight = 6, w.TextRedirectOutput = 1;
+        t_WindowTable[win].TextRedirectOutput = 1;
     }
     void TearDown() override {
-        clearqueues();
-        t_WindowTable[win].IgnoreEvents = false;
-        t_ProgramMouseHandler = [] {};
+        clearqueue();
         t_WindowTable[win].Initialized = saved;
         t_MemoryInitialized = savedMemory;
+    }
+    static void clearqueue() {
+        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
+        t_KeyQueue.clear();
+        t_KeyEventPending = false;
     }
     bool savedMemory = false, saved = false;
     standin::LogCapture log;
 };
 
-TEST_F(Events, AQueuedKeyCarriesItsCodeValueAndModifiersAndOthersAreDropped) {
+// Control with pad 7, 8 and 9 switches the output instead of typing; with Option it types. Keys for a window
+// never made are told and dropped.
+TEST_F(Events, ControlWithThePadSwitchesTheOutputAndOtherKeysAreQueued) {
     viewKeyDown(9, {0, "a", 0});
-    t_WindowTable[win].IgnoreEvents = true;
-    viewKeyDown(win, {89, "7", t_ModControl | t_ModNumericPad});
-    t_WindowTable[win].IgnoreEvents = false;
-    viewKeyDown(win, {123, stringfromscalar(0xF702), t_ModShift | t_ModNumericPad | t_ModFn});
     viewKeyDown(win, {200, stringfromscalar(0x263A), 0}); // no event: beyond the tables
-    // Control with pad 7, 8 and 9 switches the output instead of typing; with Option it types.
     for (auto [code, target] : {std::pair{89, 0}, {91, 2}, {92, 1}}) {
         viewKeyDown(win, {code, "7", t_ModControl | t_ModNumericPad});
         EXPECT_EQ(t_WindowTable[win].TextRedirectOutput, target) << code;
     }
     viewKeyDown(win, {89, "7", t_ModControl | t_ModNumericPad | t_ModOption});
     std::lock_guard<std::mutex> hold(t_KeyQueueLock);
-    const std::vector<t_Event> q(t_KeyQueue.begin(), t_KeyQueue.end());
-    ASSERT_EQ(q.size(), 2u);
-    EXPECT_TRUE(t_KeyEventPending.load());
-    EXPECT_EQ(std::vector<Int>({q[0].Kind, q[0].Index, q[0].Value, q[0].Mods, q[0].Window, q[1].Value}),
-              std::vector<Int>({1, 123, 8, (t_ModShift | t_ModNumericPad | t_ModFn) >> 16, win, 229}));
-    EXPECT_TRUE(q[0].CursorKeyPressed && q[0].ShiftPressed && q[0].FnPressed && !q[0].ControlPressed);
-    viewFlagsChanged(win, t_ModOption | t_ModCapsLock);
-    EXPECT_TRUE(t_ModifierState.Option && t_ModifierState.CapsLock && !t_ModifierState.Shift);
+    ASSERT_EQ(t_KeyQueue.size(), 1u);
+    EXPECT_EQ(t_KeyQueue.front().Value, 229);
     EXPECT_EQ(log.lines(), std::vector<std::string>{"viewKeyDown: Graphic window (9) not initialized."});
-}
-
-// Nothing in the program reads clicks yet, but a click on a window must do no harm: it lands in the queue
-// with its place, counted from the picture's top left, and the program's handler is called elsewhere.
-TEST_F(Events, ClicksAreCountedFromThePicturesTopLeftWithMarksForTheBorder) {
-    std::atomic<int> handled{0};
-    t_ProgramMouseHandler = [&handled] { ++handled; };
-    // Window coordinates count up from the bottom edge: the picture spans x 8..47 and y 6..45. A click in it,
-    // one in the border left of and above it, one right of and below it:
-    viewMouseDown(win, {1, t_ModShift, 13.9, 42.5}, false);
-    viewMouseDown(win, {1, 0, 3, 47}, false);
-    viewMouseDown(win, {2, 0, 48, 2}, true);
-    // Clicks that no window takes: no event, but the handler all the same once the view got it.
-    viewMouseDown(9, {1, 0, 10, 10}, false);
-    t_MouseEventHandler(8, {1, 0, 1, 2}, 1.7, 2.2);
-    t_MemoryInitialized = false;
-    t_MouseEventHandler(win, {1, 0, 1, 2}, 1, 2);
-    ASSERT_TRUE(standin::waitfor([&] { return handled.load() == 5; }));
-    std::lock_guard<std::mutex> hold(t_MouseQueueLock);
-    const std::vector<t_Event> q(t_MouseQueue.begin(), t_MouseQueue.end());
-    ASSERT_EQ(q.size(), 3u);
-    EXPECT_EQ(
-        std::vector<Int>({q[0].Kind, q[0].WindowX, q[0].WindowY, q[0].ClickX, q[0].ClickY, q[0].ShiftPressed,
-                          q[1].ClickX, q[1].ClickY, q[2].ClickX, q[2].ClickY, q[2].Index}),
-        std::vector<Int>({2, 13, 42, 5, 4, 1, -1, -1, -2, -2, 2}));
 }
 
 } // namespace

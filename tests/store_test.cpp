@@ -1,4 +1,4 @@
-// The record store: tables, typed cells and keys, search, deletion, the dump and the data file reader,
+// The record store: tables, typed cells and keys, search, the dump and the data file reader,
 // checked by their log lines and file bytes.
 #include "store/store.h"
 #include "shell/shell.h"
@@ -30,26 +30,6 @@ Int participanttable() {
     return table;
 }
 
-TEST(Store, NamesAreCutAndBadNumbersFail) {
-    freshstore();
-    EXPECT_EQ(std::vector<Int>({d_CreateField(0, "F", 0), d_FieldsInTable(-1), d_RecordsInTable(3),
-                                d_CreateRecord(0), d_GetFieldIndexI(0, "F"),
-                                d_SearchUniqueRecord(0, 0, "x", false)}),
-              std::vector<Int>(6, -1));
-    EXPECT_EQ(d_GetData(0, 1, 0), "");
-    // Names are cut to 32 characters, not bytes, and compare cut.
-    const std::string x32(32, 'x'), u40 = repeatstring("ü", 40);
-    const Int table = d_CreateTable(x32 + "yyy");
-    EXPECT_EQ(d_CreateTable(x32 + "z") + d_GetTableIndex(x32 + "zz") * 10 + d_CreateRecord(table), -2);
-    EXPECT_EQ(d_GetFieldIndexI(table, "F") + d_CreateField(table, u40, d_TypeString), -1);
-    EXPECT_EQ(d_Selections[0].SelectionID + d_Tables[0].Field[0].FieldID, x32 + repeatstring("ü", 32));
-    EXPECT_EQ(d_CreateField(table, u40.substr(0, 66), d_TypeInteger) + d_GetFieldIndexI(table, "none"), -2);
-    d_CreateRecord(table);
-    EXPECT_EQ(d_CreateField(table, "More", d_TypeString), -1);
-    EXPECT_FALSE(d_SetData(table, 3, 0, "x") || d_SetData(table, 1, 5, "y"));
-    EXPECT_EQ(d_GetData(table, 3, 0) + d_GetData(table, 1, 1), "");
-}
-
 TEST(Store, SearchComparesKeysFirstAndTextsAfter) {
     const Int table = participanttable();
     LogCapture log;
@@ -71,29 +51,6 @@ TEST(Store, SearchComparesKeysFirstAndTextsAfter) {
         {"JÖRG GROß", false, 5}};
     for (const auto& [value, caseSensitive, record] : rows)
         EXPECT_EQ(d_SearchUniqueRecord(table, 0, value, caseSensitive), record) << value << caseSensitive;
-}
-
-// The program only ever adds; deleting is the store's own business when it is built anew.
-TEST(Store, DeletionsRenumberAndBlankTheCells) {
-    participanttable();
-    for (const char* n : {"b", "c", "d"}) d_SetData(0, d_CreateRecord(0), 0, n);
-    d_CreateField(d_CreateTable("Zwei"), "Name", d_TypeString);
-    d_SetData(1, d_CreateRecord(1), 0, "x");
-    LogCapture log;
-    d_DeleteRecord(0, 2); // one record goes, the others move down
-    d_DeleteRecord(0, 7);
-    EXPECT_EQ(d_GetData(0, 2, 0), "d");
-    // The deleted table's cells are blank but stay allocated; the next table moves down.
-    const Int next = d_DataNext;
-    d_DeleteTable(0);
-    d_DeleteTable(5);
-    EXPECT_EQ(d_Selections[0].SelectionID + d_GetData(0, 1, 0) + d_DataText[2], "Zweix");
-    EXPECT_EQ(d_DataKey[2] + d_DataNext - next, 0);
-    d_DeleteTableRecords(9);
-    d_DeleteDatabase(false);
-    EXPECT_EQ(d_DataNext + d_DataCapacity + d_TableCount, 0);
-    EXPECT_TRUE(log.has("d_DeleteRecord: Record #7 not found.") &&
-                log.has("d_DeleteTable: Table #5 not found."));
 }
 
 TEST(Store, DumpListsTablesFieldsAndRecords) {
@@ -145,7 +102,6 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
         {"T0          :A\rR1\r f0        S:ok\rT7          :B\rR1\r f0        S:lost\r", true, false,
          {working, r + "Table #7 in line #4 not found.", notable, norecord, set}, "R1\r f0        S:ok\r f1        S:\r"},
         {"T", true, false, {r + "Table line #1 too short."}, ""},
-        {"", true, false, {}, ""},
         {"T0\rR1\r f0        S:kurz\r", true, true, {working}, "R1\r f0        S:kurz\r f1        S:\r"},
         {"T0  :Kurz\rT0          :Lang\rF0 S:X\rF0         S:Y\r", false, false,
          {r + "Line #1 too short for a table.", "d_CreateTable: Table [Lang] #0 created.",
