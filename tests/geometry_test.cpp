@@ -9,8 +9,8 @@ class Geometry : public windowtest::WindowTest {};
 
 TEST_F(Geometry, ColoursMeasuresAndThePlatformCalls) {
     // Before the memory, graphic windows measure their frames, and side windows always do.
-    recorder->screen->frame[3] = {100.7, 200.9, 700.5, 500.2};
-    recorder->screen->frame[9] = {10, 20, 660, 522};
+    recorder->frame[3] = {100.7, 200.9, 700.5, 500.2};
+    recorder->frame[9] = {10, 20, 660, 522};
     const Int graphic[21] = {0,    0,    0,  0, 0, 0,  0, 0, 700, 478, 700, 478, 500, 100, 1080 - 200 - 500,
                              1920, 1080, 22, 0, 0, 200};
     const Int side[21] = {
@@ -24,7 +24,7 @@ TEST_F(Geometry, ColoursMeasuresAndThePlatformCalls) {
     quietwindow(2, 24, 640, 400, 16, 12, windowtest::cellfont(16, 32));
     t_Window& w = t_WindowTable[2];
     w.TextFirstColumn = 3, w.TextLastColumn = 38, w.TextFirstLine = 2, w.TextLastLine = 11;
-    recorder->screen->frame[2] = {100.9, 250.5, 999, 999};
+    recorder->frame[2] = {100.9, 250.5, 999, 999};
     const Int live[21] = {3,    2,    38, 11, 36, 10, 40, 12, 640, 400, 672, 424, 446, 100, 1080 - 250 - 446,
                           1920, 1080, 22, 16, 12, 250};
     for (Int s = 0; s <= 20; ++s) EXPECT_EQ(t_WindowPos(2, s), live[s]) << "selector " << s;
@@ -40,8 +40,8 @@ TEST_F(Geometry, ColoursMeasuresAndThePlatformCalls) {
                   std::vector<int>({text, p[0], p[1], p[2]}))
             << colour;
     }
-    recorder->screen->scrollFrame[9] = {20, 20, 600, 400};
-    recorder->screen->pasteboard = "Bericht\rZeile 2";
+    recorder->scrollFrame[9] = {20, 20, 600, 400};
+    recorder->pasteboard = "Bericht\rZeile 2";
     recorder->taken();
     t_ColorBorder(2, 21);
     t_ColorBorder(2, 7);

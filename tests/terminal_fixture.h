@@ -12,12 +12,7 @@ inline t_Window& record(uint8_t window) {
     return t_WindowTable[window];
 }
 
-// The window's own start-up lines are not what these tests look at.
-template <typename Body> void quietly(Body body) {
-    const int64_t level = t_DebugLevel.exchange(0);
-    body();
-    t_DebugLevel = level;
-}
+using windowtest::quietly;
 
 class TerminalTest : public windowtest::WindowTest {
   protected:
