@@ -11,10 +11,11 @@ namespace {
 using namespace termtest;
 using Lines = std::vector<std::string>;
 using Terminal = TerminalTest;
+using windowtest::cellfont;
 
 TEST_F(Terminal, GlyphsBlendInLiteralFigures) {
     // The edges of the blend in literal figures: symbol 1's top row is grey 128, 127, 0, 255.
-    t_Font font = testfont();
+    t_Font font = cellfont();
     std::copy_n(std::vector<uint8_t>{128, 127, 0, 255}.begin(), 4, font.Data.begin() + 16);
     const struct {
         Int depth;
@@ -167,11 +168,11 @@ TEST_F(Terminal, TextDrawsWhatCellByCellPrintingDraws) {
     std::vector<std::tuple<t_Font, Int, Int, bool, std::string>> rows; // font, depth, columns, narrow, text
     for (Int depth : {8, 24})
         for (bool narrow : {false, true})
-            for (const t_Font& font : {testfont(0, 250), testfont('f', 250, 16, 32)})
+            for (const t_Font& font : {cellfont(4, 4, 0, 250), cellfont(16, 32, 'f', 250)})
                 rows.emplace_back(font, depth, 30, narrow, busy);
     for (Int width = 1; width <= 8; ++width)
         for (Int height = 4; height <= 8; height += 2) {
-            t_Font font = testfont(0, 255, width, height);
+            t_Font font = cellfont(width, height);
             for (size_t i = 0; i < font.Data.size(); ++i) font.Data[i] = static_cast<uint8_t>(i * 131 >> 3);
             rows.emplace_back(font, 24, 240, false, symbols);
         }
