@@ -25,11 +25,8 @@ struct MainThread {
 inline MainThread& mainthread() {
     static MainThread* main = [] {
         auto* m = new MainThread;
-        std::promise<void> ready;
-        std::thread([m, &ready] {
-            m->id = std::this_thread::get_id();
+        std::thread thread([m] {
             threadregistermain();
-            ready.set_value();
             for (;;) {
                 std::unique_lock<std::mutex> lock(m->mutex);
                 m->wake.wait(lock, [m] { return !m->blocks.empty(); });
@@ -38,8 +35,9 @@ inline MainThread& mainthread() {
                 lock.unlock();
                 block();
             }
-        }).detach();
-        ready.get_future().wait();
+        });
+        m->id = thread.get_id();
+        thread.detach();
         return m;
     }();
     return *main;

@@ -39,17 +39,15 @@ TEST_F(Terminal, GlyphsBlendInLiteralFigures) {
 TEST_F(Terminal, RefusalsAreLoggedAndChangeNoPixel) {
     makewindow(4, 24, 10, 8);
     const std::vector<uint8_t> before = graphicblock(4);
-    const std::string compressed = "Font format must be uncompressed grey for text-printing.",
-                      illegal = "Window #4 illegal coordinates (x = ";
     const struct {
         Int format, x, y;
         size_t data;
         std::string line;
-    } rows[] = {{102, 1, 1, 4096, compressed},
+    } rows[] = {{102, 1, 1, 4096, "Font format must be uncompressed grey for text-printing."},
                 {7, 1, 1, 4096, "Illegal font format."},
                 {2, 2, 1, 1600, "Font has no glyph data for symbol 122."},
-                {2, 11, 1, 4096, illegal + "11, y = 1)."},
-                {2, 3, -1, 4096, illegal + "3, y = -1)."}};
+                {2, 11, 1, 4096, "Window #4 illegal coordinates (x = 11, y = 1)."},
+                {2, 3, -1, 4096, "Window #4 illegal coordinates (x = 3, y = -1)."}};
     for (const auto& row : rows) {
         record(4).Font.Format = row.format;
         record(4).Font.Data.resize(row.data);
