@@ -11,16 +11,17 @@
 
 namespace testsupport {
 
-// Collects the log lines of all threads instead of printing them; the lines outlive the capture for late
-// loggers.
+// Collects the log lines of all threads instead of printing them, less those that start with skip; the lines
+// outlive the capture for late loggers.
 struct LogCapture {
     struct Shared {
         std::mutex mutex;
         std::vector<std::string> lines;
     };
     std::shared_ptr<Shared> shared = std::make_shared<Shared>();
-    LogCapture() {
-        debuglogsink([s = shared](std::string_view line) {
+    explicit LogCapture(std::string skip = {}) {
+        debuglogsink([s = shared, skip](std::string_view line) {
+            if (!skip.empty() && line.starts_with(skip)) return;
             std::lock_guard<std::mutex> lock(s->mutex);
             s->lines.emplace_back(line);
         });
