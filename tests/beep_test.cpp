@@ -25,7 +25,7 @@ TEST(Aiff, CutOffFilesAreRefusedWithOneLine) {
     for (size_t n = 0; n < good.size(); ++n) {
         LogCapture log;
         EXPECT_FALSE(aiffdecode({good.begin(), good.begin() + static_cast<long>(n)}, sound)) << n;
-        EXPECT_EQ(log.lines.size(), 1u) << n;
+        EXPECT_EQ(log.lines().size(), 1u) << n;
     }
     EXPECT_TRUE(aiffdecode(good, sound));
 }

@@ -55,7 +55,7 @@ TEST_F(Files, FailedWritesLeaveTheOldFileWhole) {
     setrlimit(RLIMIT_FSIZE, &old);
     std::signal(SIGXFSZ, previous);
     EXPECT_EQ(code, EFBIG);
-    EXPECT_EQ(log.lines, (std::vector<std::string>{"setstringtofile: Error #No such file or directory: " +
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"setstringtofile: Error #No such file or directory: " +
                                                        folder + "fehlt/daten.txt",
                                                    "setstringtofile: Error #File too large: " + path}));
     EXPECT_EQ(readback(path), "die alten Daten\r");
@@ -84,7 +84,7 @@ TEST_F(Files, ReadOnlyFilesStayAndUnwritableFoldersGetTheFileWrittenInPlace) {
     EXPECT_EQ(code, 0);
     EXPECT_EQ(readback(path), "neu\r");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
-    EXPECT_EQ(log.lines,
+    EXPECT_EQ(log.lines(),
               (std::vector<std::string>{"setstringtofile: The file is read-only and was not saved: " + path,
                                         "setstringtofile: No file can be made beside " + path +
                                             ", so it was written in place."}));

@@ -69,7 +69,7 @@ TEST(Font, FilesByTheirTable) {
         if (row.bytes) setstringtofile(folder / row.name, std::string(row.bytes->begin(), row.bytes->end()));
         testsupport::LogCapture log;
         const t_Font f = t_LoadFontResource(row.name);
-        EXPECT_EQ(log.lines.empty() ? "" : log.lines.back(), row.line) << row.name;
+        EXPECT_EQ(log.lines().empty() ? "" : log.lines().back(), row.line) << row.name;
         EXPECT_EQ(std::vector<Int>({f.HeaderSize, f.Format}), std::vector<Int>({row.headerSize, row.format}))
             << row.name;
         EXPECT_EQ(f.Data, row.data) << row.name;

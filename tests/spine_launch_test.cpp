@@ -7,15 +7,6 @@
 
 namespace {
 
-size_t ownstacksize() {
-    pthread_attr_t attributes;
-    size_t size = 0;
-    pthread_getattr_np(pthread_self(), &attributes);
-    pthread_attr_getstacksize(&attributes, &size);
-    pthread_attr_destroy(&attributes);
-    return size;
-}
-
 TEST(SpineLaunch, LaunchLogsItsStepsMeasuresTheTitleBarAndStartsTheProgramOnAGigabyteStack) {
     for (bool pasteboard : {true, false}) {
         SCOPED_TRACE(pasteboard ? "pasteboard window there" : "pasteboard window missing");
@@ -26,16 +17,22 @@ TEST(SpineLaunch, LaunchLogsItsStepsMeasuresTheTitleBarAndStartsTheProgramOnAGig
         standin::install(screen);
         t_TitleBarHeight = 0;
         standin::LogCapture log;
-        std::atomic<size_t> stack{0};
-        std::atomic<bool> onMain{true};
+        std::promise<std::pair<size_t, bool>>
+            program; // its stack's size, and whether it runs on the main thread
         ASSERT_TRUE(standin::onmain([&] {
             applicationWillFinishLaunching();
             applicationDidFinishLaunching([&] {
-                onMain = ismainthread();
-                stack = ownstacksize();
+                pthread_attr_t attributes;
+                size_t size = 0;
+                pthread_getattr_np(pthread_self(), &attributes);
+                pthread_attr_getstacksize(&attributes, &size);
+                pthread_attr_destroy(&attributes);
+                program.set_value({size, ismainthread()});
             });
         }));
-        ASSERT_TRUE(standin::waitfor([&] { return stack.load() != 0; }));
+        std::future<std::pair<size_t, bool>> ran = program.get_future();
+        ASSERT_EQ(ran.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        const auto [stack, onMain] = ran.get();
         std::string lines;
         for (const std::string& line : log.lines()) lines += line + "|";
         const std::string missing =
@@ -45,8 +42,8 @@ TEST(SpineLaunch, LaunchLogsItsStepsMeasuresTheTitleBarAndStartsTheProgramOnAGig
                              (pasteboard ? "" : missing) +
                              "Program: Start.|applicationDidFinishLaunching: End.|");
         EXPECT_EQ(t_TitleBarHeight.load(), pasteboard ? 30 : 0); // 300.9 - 250 - 20, cut toward zero
-        EXPECT_GE(stack.load(), size_t(0x40000000));
-        EXPECT_FALSE(onMain.load());
+        EXPECT_GE(stack, size_t(0x40000000));
+        EXPECT_FALSE(onMain);
     }
 }
 

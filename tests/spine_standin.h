@@ -6,14 +6,10 @@
 #include "shell/shell.h"
 #include "tests/testsupport.h"
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <future>
-#include <memory>
-#include <mutex>
-#include <string>
 #include <thread>
 
 namespace standin {
@@ -29,11 +25,8 @@ struct MainThread {
 inline MainThread& mainthread() {
     static MainThread* main = [] {
         auto* m = new MainThread;
-        std::promise<void> ready;
-        std::thread([m, &ready] {
-            m->id = std::this_thread::get_id();
+        std::thread thread([m] {
             threadregistermain();
-            ready.set_value();
             for (;;) {
                 std::unique_lock<std::mutex> lock(m->mutex);
                 m->wake.wait(lock, [m] { return !m->blocks.empty(); });
@@ -42,29 +35,27 @@ inline MainThread& mainthread() {
                 lock.unlock();
                 block();
             }
-        }).detach();
-        ready.get_future().wait();
+        });
+        m->id = thread.get_id();
+        thread.detach();
         return m;
     }();
     return *main;
 }
 
-inline void post(std::function<void()> block) {
-    MainThread& m = mainthread();
-    std::lock_guard<std::mutex> lock(m.mutex);
-    m.blocks.push_back(std::move(block));
-    m.wake.notify_one();
-}
-
 // Runs the block on the stand-in main thread; false when it has not finished within the time given
-// (a deadlock, say), in which case the block is left running.
+// (a deadlock, say, or no time at all), in which case the block is left running.
 inline bool onmain(std::function<void()> block, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
     auto done = std::make_shared<std::promise<void>>();
     std::future<void> finished = done->get_future();
-    post([block = std::move(block), done] {
+    MainThread& m = mainthread();
+    std::unique_lock<std::mutex> lock(m.mutex);
+    m.blocks.push_back([block = std::move(block), done] {
         block();
         done->set_value();
     });
+    lock.unlock();
+    m.wake.notify_one();
     return finished.wait_for(limit) == std::future_status::ready;
 }
 
@@ -75,23 +66,16 @@ struct Screen {
     t_PlatformRect frame[13], scrollFrame[13];
     std::mutex mutex;
     std::string pasteboard;
-    std::atomic<int> syncCrossings{0};
-    std::atomic<bool> offMain{false}; // a platform call ran on another thread than the main one
     char tokens[13][3] = {};
-    void note() { offMain = offMain || std::this_thread::get_id() != mainthread().id; }
 };
 
 inline std::shared_ptr<Screen> install(std::shared_ptr<Screen> screen = std::make_shared<Screen>()) {
     mainthread();
     t_PlatformPort port;
     port.IsMainThread = [] { return std::this_thread::get_id() == mainthread().id; };
-    port.RunOnMainSync = [screen](const std::function<void()>& block) {
-        ++screen->syncCrossings;
-        onmain(block, std::chrono::hours(24));
-    };
-    port.RunOnMainAsync = [](std::function<void()> block) { post(std::move(block)); };
+    port.RunOnMainSync = [](const std::function<void()>& block) { onmain(block, std::chrono::hours(24)); };
+    port.RunOnMainAsync = [](std::function<void()> block) { onmain(std::move(block), {}); };
     auto handle = [screen](bool exists, uint8_t n, int part) -> t_Handle {
-        screen->note();
         return exists ? &screen->tokens[n][part] : nullptr;
     };
     port.Window = [=](uint8_t n) { return handle(n <= 12 && screen->window[n], n, 0); };
@@ -101,7 +85,6 @@ inline std::shared_ptr<Screen> install(std::shared_ptr<Screen> screen = std::mak
     port.WindowFrame = [=](uint8_t n) { return n <= 12 ? screen->frame[n] : t_PlatformRect{}; };
     port.ScrollViewFrame = [=](uint8_t n) { return n <= 12 ? screen->scrollFrame[n] : t_PlatformRect{}; };
     auto paste = [screen](auto change) {
-        screen->note();
         std::lock_guard<std::mutex> lock(screen->mutex);
         return change(screen->pasteboard);
     };
@@ -113,8 +96,7 @@ inline std::shared_ptr<Screen> install(std::shared_ptr<Screen> screen = std::mak
     return screen;
 }
 
-// The log of all threads, for the life of the object.
-using LogCapture = testsupport::ThreadLogCapture;
+using LogCapture = testsupport::LogCapture;
 
 // Polls until the condition holds or the limit passes.
 template <typename Condition>

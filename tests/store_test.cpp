@@ -38,7 +38,7 @@ TEST(Store, SearchComparesKeysFirstAndTextsAfter) {
         d_SetData(table, d_CreateRecord(table), 0, n);
     EXPECT_EQ(d_SearchUniqueRecord(table, 0, "ANNA MEIER", false), 4);
     const std::string search = "d_SearchUniqueRecord: ";
-    EXPECT_EQ(log.lines,
+    EXPECT_EQ(log.lines(),
               (Lines{search + "Field #[2] not found.", search + "Table #0 has no records.",
                      "d_CreateRecord: Working Record created.", search + "Found record [8] #'4'."}));
     // Records 2 and 3 share their first eight characters, and so their key: the texts tell them apart. The
@@ -130,8 +130,8 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
         LogCapture log;
         EXPECT_EQ(load(row.file, row.append), row.result);
         Lines logged; // between the reader's Start and End, without the deletion of a rebuild
-        for (size_t i = 1; i + 1 < log.lines.size(); ++i)
-            if (log.lines[i].rfind("d_DeleteDatabase", 0) != 0) logged.push_back(log.lines[i]);
+        for (size_t i = 1; i + 1 < log.lines().size(); ++i)
+            if (log.lines()[i].rfind("d_DeleteDatabase", 0) != 0) logged.push_back(log.lines()[i]);
         EXPECT_EQ(logged, row.logged);
         EXPECT_EQ(d_DumpDatabase(true, true, false), (row.append ? structure : "") + row.dump);
     }

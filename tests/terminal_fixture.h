@@ -1,5 +1,4 @@
-// Text windows made by t_InitWindow through the stand-in platform, with a small font whose glyphs have a
-// blank top row, a full second row and grey ramps below, so that every row kind of the plotter is met.
+// Text windows made by t_InitWindow through the stand-in platform, and what their memories hold.
 #pragma once
 
 #include "window_recorder.h"
@@ -12,31 +11,13 @@ inline t_Window& record(uint8_t window) {
     return t_WindowTable[window];
 }
 
-// The window's own start-up lines are not what these tests look at.
-template <typename Body> void quietly(Body body) {
-    const int64_t level = t_DebugLevel.exchange(0);
-    body();
-    t_DebugLevel = level;
-}
+using windowtest::quietly;
 
 class TerminalTest : public windowtest::WindowTest {
   protected:
-    [[gnu::noinline]] static t_Font testfont(uint8_t start = 0, uint8_t end = 255, Int width = 4,
-                                             Int height = 4) {
-        t_Font font = windowtest::cellfont(width, height);
-        font.Start = start;
-        font.End = end;
-        for (Int s = 0, i = 0; s < 256; ++s)
-            for (Int r = 0; r < height; ++r)
-                for (Int c = 0; c < width; ++c)
-                    font.Data[i++] = r % 6 == 0   ? 0
-                                     : r % 6 == 1 ? 255
-                                                  : uint8_t((s * 29 + r % 6 * 71 + c * 53) & 0xFF);
-        return font;
-    }
     // A live window of columns by rows cells of the test font (or the one given), no border.
     static void makewindow(uint8_t window, Int depth, Int columns, Int rows,
-                           const t_Font& font = testfont()) {
+                           const t_Font& font = windowtest::cellfont()) {
         quietly([&] {
             t_InitWindow(window, depth, false, columns * font.Width, rows * font.Height, 0, 0, font, true);
         });

@@ -4,36 +4,18 @@
 
 #include "application/application.h"
 
-#include <filesystem>
 #include <random>
 
 namespace {
 
 using namespace termtest;
 using Lines = std::vector<std::string>;
-
-class Terminal : public TerminalTest {
-  protected:
-    // Every cell a random symbol in random colours, some drawn inverted.
-    static void fill(uint8_t window, unsigned seed) {
-        std::mt19937 random(seed);
-        for (Int y = 1; y <= record(window).TextHeight; ++y)
-            for (Int x = 1; x <= record(window).TextWidth; ++x) {
-                record(window).TextInverse = random() % 3 == 0;
-                t_PrintSymbol(window, uint8_t(random()), uint8_t(random()), x, y);
-            }
-        record(window).TextInverse = false;
-    }
-    static Lines lines(uint8_t window) {
-        Lines out;
-        for (Int y = 1; y <= record(window).TextHeight; ++y) out.push_back(line(window, y));
-        return out;
-    }
-};
+using Terminal = TerminalTest;
+using windowtest::cellfont;
 
 TEST_F(Terminal, GlyphsBlendInLiteralFigures) {
     // The edges of the blend in literal figures: symbol 1's top row is grey 128, 127, 0, 255.
-    t_Font font = testfont();
+    t_Font font = cellfont();
     std::copy_n(std::vector<uint8_t>{128, 127, 0, 255}.begin(), 4, font.Data.begin() + 16);
     const struct {
         Int depth;
@@ -57,19 +39,15 @@ TEST_F(Terminal, GlyphsBlendInLiteralFigures) {
 TEST_F(Terminal, RefusalsAreLoggedAndChangeNoPixel) {
     makewindow(4, 24, 10, 8);
     const std::vector<uint8_t> before = graphicblock(4);
-    const std::string compressed = "Font format must be uncompressed grey for text-printing.",
-                      illegal = "Window #4 illegal coordinates (x = ";
     const struct {
         Int format, x, y;
         size_t data;
         std::string line;
-    } rows[] = {{102, 1, 1, 4096, compressed},
+    } rows[] = {{102, 1, 1, 4096, "Font format must be uncompressed grey for text-printing."},
                 {7, 1, 1, 4096, "Illegal font format."},
                 {2, 2, 1, 1600, "Font has no glyph data for symbol 122."},
-                {2, 11, 1, 4096, illegal + "11, y = 1)."},
-                {2, 1, 9, 4096, illegal + "1, y = 9)."},
-                {2, 0, 3, 4096, illegal + "0, y = 3)."},
-                {2, 3, -1, 4096, illegal + "3, y = -1)."}};
+                {2, 11, 1, 4096, "Window #4 illegal coordinates (x = 11, y = 1)."},
+                {2, 3, -1, 4096, "Window #4 illegal coordinates (x = 3, y = -1)."}};
     for (const auto& row : rows) {
         record(4).Font.Format = row.format;
         record(4).Font.Data.resize(row.data);
@@ -139,6 +117,11 @@ TEST_F(Terminal, PrintedTextByItsTable) {
 // The block moves of the full-width path and the re-plot of the narrow one must leave the same memories;
 // the narrow side scrolls the same lines as two areas, one column and the rest. Clearing keeps to the area.
 TEST_F(Terminal, NarrowAreasScrollLikeTheFullWidthBlockMoveAndClearingKeepsToTheArea) {
+    auto lines = [](uint8_t w) {
+        Lines out;
+        for (Int y = 1; y <= 8; ++y) out.push_back(line(w, y));
+        return out;
+    };
     for (Int depth : {1, 4, 8, 16, 24, 32})
         for (auto scroll : {t_ScrollUp, t_ScrollDown}) {
             const bool up = scroll == t_ScrollUp;
@@ -146,7 +129,11 @@ TEST_F(Terminal, NarrowAreasScrollLikeTheFullWidthBlockMoveAndClearingKeepsToThe
             Lines expected;
             for (uint8_t w : {4, 5}) {
                 makewindow(w, depth, 10, 8);
-                fill(w, 11);
+                std::mt19937 random(11); // every cell a random symbol in random colours, some inverted
+                for (Int y = 1; y <= 8; ++y)
+                    for (Int x = 1; x <= 10; ++x)
+                        record(w).TextInverse = random() % 3 == 0,
+                        t_PrintSymbol(w, uint8_t(random()), uint8_t(random()), x, y);
                 expected = lines(w);
                 record(w).TextColor = 0x4A;
                 record(w).TextInverse = true; // stored cells keep their colours; the fresh line is inverted
@@ -179,11 +166,11 @@ TEST_F(Terminal, TextDrawsWhatCellByCellPrintingDraws) {
     std::vector<std::tuple<t_Font, Int, Int, bool, std::string>> rows; // font, depth, columns, narrow, text
     for (Int depth : {8, 24})
         for (bool narrow : {false, true})
-            for (const t_Font& font : {testfont(0, 250), testfont('f', 250, 16, 32)})
+            for (const t_Font& font : {cellfont(4, 4, 0, 250), cellfont(16, 32, 'f', 250)})
                 rows.emplace_back(font, depth, 30, narrow, busy);
     for (Int width = 1; width <= 8; ++width)
         for (Int height = 4; height <= 8; height += 2) {
-            t_Font font = testfont(0, 255, width, height);
+            t_Font font = cellfont(width, height);
             for (size_t i = 0; i < font.Data.size(); ++i) font.Data[i] = static_cast<uint8_t>(i * 131 >> 3);
             rows.emplace_back(font, 24, 240, false, symbols);
         }
@@ -206,27 +193,19 @@ TEST_F(Terminal, TextDrawsWhatCellByCellPrintingDraws) {
             << font.Width << " x " << font.Height << ", depth " << depth << (narrow ? ", narrow" : "");
     }
     // Redirected to the log or to nowhere, the symbols leave the window as it was, and the cursor moves.
-    const std::vector<uint8_t> planes = textplanes(4), pixels = graphicblock(4);
-    const Int hpos = record(4).TextHpos;
+    const auto before = std::tuple{textplanes(4), graphicblock(4), record(4).TextHpos + 8};
     standin::LogCapture log;
-    t_RedirectOutput(4, 2);
-    t_Print(4, "Grüße\n");
-    t_RedirectOutput(4, 7);
-    t_Print(4, "weg\n");
+    t_RedirectOutput(4, 2), t_Print(4, "Grüße\n");
+    t_RedirectOutput(4, 7), t_Print(4, "weg\n");
     t_RedirectOutput(4, 1);
     EXPECT_EQ(log.lines(), Lines{"Grüße"});
-    EXPECT_EQ(record(4).TextHpos, hpos + 8);
-    EXPECT_EQ(textplanes(4), planes);
-    EXPECT_EQ(graphicblock(4), pixels);
+    EXPECT_TRUE(std::tuple(textplanes(4), graphicblock(4), record(4).TextHpos) == before);
 }
 
 // The start of the game as the players see it: header, rule and introduction, read back from the window.
 TEST_F(Terminal, IntroductionStandsInTheWindowAsPrinted) {
-    const std::string bundle = testsupport::builtbundle();
-    ASSERT_TRUE(std::filesystem::exists(bundle + "/Contents/Resources/MenloBold 16x32.font"))
-        << "build the seelenorakel_resources target first; looked in " << bundle;
-    setbundlepath(bundle);
-    t_DefaultWindow = 255; // as at launch: the run's first window becomes the default
+    setbundlepath(testsupport::builtbundle()); // made by the seelenorakel_resources target
+    t_DefaultWindow = 255;                     // as at launch: the run's first window becomes the default
     quietly([] {
         SeelenorakelSetUp();
         SeelenorakelIntroduction();
@@ -252,10 +231,9 @@ TEST_F(Terminal, IntroductionStandsInTheWindowAsPrinted) {
     // The cursor waits at the start of the line after the last empty one, inside the area below the header.
     EXPECT_EQ(cursor(0) + " " + std::to_string(record(0).TextFirstLine), "1,16 3");
     // Header and rule in red on black, the rest in yellow on black, blanks included.
-    std::vector<uint8_t> colours;
-    for (auto [x, y] : {std::pair<Int, Int>{1, 1}, {80, 1}, {40, 2}, {1, 3}, {80, 25}})
-        colours.push_back(attributeat(0, x, y));
-    EXPECT_EQ(colours, std::vector<uint8_t>({0x10, 0x10, 0x10, 0xD0, 0xD0}));
+    EXPECT_EQ(std::vector<int>({attributeat(0, 1, 1), attributeat(0, 80, 1), attributeat(0, 40, 2),
+                                attributeat(0, 1, 3), attributeat(0, 80, 25)}),
+              std::vector<int>({0x10, 0x10, 0x10, 0xD0, 0xD0}));
 }
 
 } // namespace

@@ -11,37 +11,29 @@
 
 namespace testsupport {
 
-// Collects the log lines of one test instead of printing them; for tests that log from one thread.
+// Collects the log lines of all threads instead of printing them, less those that start with skip; the lines
+// outlive the capture for late loggers.
 struct LogCapture {
-    std::vector<std::string> lines;
-    LogCapture() {
-        debuglogsink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~LogCapture() { debuglogsink(nullptr); }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-    bool has(const std::string& line) const {
-        return std::find(lines.begin(), lines.end(), line) != lines.end();
-    }
-};
-
-// The same for tests whose threads log while the test reads; the lines outlive the capture for late loggers.
-struct ThreadLogCapture {
     struct Shared {
         std::mutex mutex;
         std::vector<std::string> lines;
     };
     std::shared_ptr<Shared> shared = std::make_shared<Shared>();
-    ThreadLogCapture() {
-        debuglogsink([s = shared](std::string_view line) {
+    explicit LogCapture(std::string skip = {}) {
+        debuglogsink([s = shared, skip](std::string_view line) {
+            if (!skip.empty() && line.starts_with(skip)) return;
             std::lock_guard<std::mutex> lock(s->mutex);
             s->lines.emplace_back(line);
         });
     }
-    ~ThreadLogCapture() { debuglogsink(nullptr); }
+    ~LogCapture() { debuglogsink(nullptr); }
     std::vector<std::string> lines() const {
         std::lock_guard<std::mutex> lock(shared->mutex);
         return shared->lines;
+    }
+    bool has(const std::string& line) const {
+        const auto all = lines();
+        return std::find(all.begin(), all.end(), line) != all.end();
     }
 };
 

@@ -111,7 +111,7 @@ TEST_F(VideoMemory, RefusalsLeaveTheMemoryAsItWas) {
     const Int high = t_HighMemory;
     t_Font flat = cellfont(0, 8);
     flat.Data.assign(16, 0x80);
-    recorder->screen->view[5] = false;
+    recorder->view[5] = false;
     windowtest::Log log;
     t_InitWindow(3, 12, true, 64, 64, 0, 0, t_Font{}, true); // a live window is freed first
     t_InitWindow(4, 8, true, 64, 64, 0, 0, flat, true);

@@ -5,14 +5,9 @@
 #include "spine_standin.h"
 
 #include "display/display.h"
-#include "shell/platform.h"
 #include "library/library.h"
-#include "shell/shell.h"
 
 #include <gtest/gtest.h>
-
-#include <utility>
-#include <vector>
 
 namespace windowtest {
 
@@ -24,9 +19,9 @@ constexpr uint8_t palette[16][3] = {
     {0x00, 0xFF, 0x00}, {0xFF, 0xFF, 0x00}, {0x00, 0xFF, 0xFF}, {0xFF, 0xFF, 0xFF},
 };
 
-// What the platform was asked to do. Written on the main thread only, and read after drainmain().
-struct Recorder {
-    std::shared_ptr<standin::Screen> screen;
+// What the platform was asked to do, on top of what the stand-in's windows look like. Written on the main
+// thread only, and read after drainmain().
+struct Recorder : standin::Screen {
     // One entry per window call, in order, e.g. "frame 0 10,20 1312x864" or "title 1 Seelenorakel".
     std::vector<std::string> calls;
     bool allOnMain = true;
@@ -44,18 +39,16 @@ struct Recorder {
 // The stand-in's windows, with the window operations recorded on top.
 inline std::shared_ptr<Recorder> installrecorder() {
     auto r = std::make_shared<Recorder>();
-    r->screen = standin::install();
+    standin::install(r);
     t_PlatformPort port = platformport();
     auto n = [](const char* call, uint8_t w) { return call + (" " + std::to_string(w)); };
     auto rect = [=](const char* call, uint8_t w, const t_PlatformRect& f) {
         auto i = [](double v) { return std::to_string(static_cast<long long>(v)); };
         r->note(n(call, w) + " " + i(f.X) + "," + i(f.Y) + " " + i(f.Width) + "x" + i(f.Height));
     };
-    port.SetWindowFrame = [=](uint8_t w, t_PlatformRect f) { rect("frame", w, r->screen->frame[w] = f); };
+    port.SetWindowFrame = [=](uint8_t w, t_PlatformRect f) { rect("frame", w, r->frame[w] = f); };
     port.SetViewFrame = [=](uint8_t w, t_PlatformRect f) { rect("view", w, f); };
-    port.SetScrollViewFrame = [=](uint8_t w, t_PlatformRect f) {
-        rect("scroll", w, r->screen->scrollFrame[w] = f);
-    };
+    port.SetScrollViewFrame = [=](uint8_t w, t_PlatformRect f) { rect("scroll", w, r->scrollFrame[w] = f); };
     port.WindowCenter = [=](uint8_t w) { r->note(n("center", w)); };
     auto show = [=](const char* call, bool shown) {
         return [=](uint8_t w) { r->note(n(call, w)), r->visible[w] = shown; };
@@ -81,15 +74,16 @@ inline std::shared_ptr<Recorder> installrecorder() {
 
 // The log of all threads while the object lives, less the refresh process's lines: a process that another
 // test started may still be ending while this one runs.
-struct Log {
-    standin::LogCapture capture;
-    std::vector<std::string> lines() const {
-        std::vector<std::string> out;
-        for (const std::string& line : capture.lines())
-            if (line.rfind("t_WindowAutoUpdateProcess:", 0) != 0) out.push_back(line);
-        return out;
-    }
+struct Log : standin::LogCapture {
+    Log() : LogCapture("t_WindowAutoUpdateProcess:") {}
 };
+
+// Runs the body without the log lines it would write.
+template <typename Body> void quietly(Body body) {
+    const int64_t level = t_DebugLevel.exchange(0);
+    body();
+    t_DebugLevel = level;
+}
 
 // Waits until the main thread has run everything handed to it so far.
 inline void drainmain() {
@@ -98,25 +92,31 @@ inline void drainmain() {
 
 // Puts the window table and the video memory back to the state before any t_InitMemory.
 inline void blankmemory() {
-    const int64_t level = t_DebugLevel.exchange(0);
     t_MemoryStarted = false;
-    t_InitMemory();
-    t_DebugLevel = level;
+    quietly(t_InitMemory);
     t_MemoryStarted = false;
     t_MemoryInitialized = false;
     t_HighMemory = 0xFFFFFF;
     t_DefaultWindow = 255;
 }
 
-// A font with data and cells of the given size; what the glyphs look like does not matter here.
-// Out of line: inlined, GCC 12 takes the font's default identifier for uninitialised.
-[[gnu::noinline]] inline t_Font cellfont(Int width, Int height) {
+// A font of cells of the given size whose glyphs have a blank top row, a full second row and grey ramps
+// below, so that every row kind of the plotter is met. Out of line: inlined, GCC 12 takes the font's
+// default identifier for uninitialised.
+[[gnu::noinline]] inline t_Font cellfont(Int width = 4, Int height = 4, uint8_t start = 0,
+                                         uint8_t end = 255) {
     t_Font font;
     font.Format = 2;
-    font.End = 255;
+    font.Start = start;
+    font.End = end;
     font.Width = width;
     font.Height = height;
-    font.Data.assign(static_cast<size_t>(256 * width * height), 0x80);
+    for (Int s = 0; s < 256; ++s)
+        for (Int r = 0; r < height; ++r)
+            for (Int c = 0; c < width; ++c)
+                font.Data.push_back(r % 6 == 0   ? 0
+                                    : r % 6 == 1 ? 255
+                                                 : uint8_t((s * 29 + r % 6 * 71 + c * 53) & 0xFF));
     font.Size = static_cast<Int>(font.Data.size());
     return font;
 }
@@ -145,8 +145,8 @@ class WindowTest : public ::testing::Test {
     // A live window without the log of its making.
     static void quietwindow(uint8_t window, Int depth, Int width, Int height, Int borderWidth,
                             Int borderHeight, const t_Font& font = t_Font{}) {
-        Log quiet;
-        t_InitWindow(window, depth, true, width, height, borderWidth, borderHeight, font, true);
+        quietly(
+            [&] { t_InitWindow(window, depth, true, width, height, borderWidth, borderHeight, font, true); });
         ASSERT_TRUE(t_WindowTable[window].Initialized.load());
     }
     std::shared_ptr<Recorder> recorder;
