@@ -12,19 +12,10 @@
 
 namespace {
 
-using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute
+using testsupport::People;
 
 std::string report(const People& people) {
-    testsupport::freshstore();
-    ParticipantTable = d_CreateTable("Seelenorakel");
-    FieldName = d_CreateField(ParticipantTable, "Name", d_TypeString);
-    FieldAttribute = d_CreateField(ParticipantTable, "Attribute", d_TypeString);
-    for (const auto& [name, attribute] : people) {
-        const Int record = d_CreateRecord(ParticipantTable);
-        d_SetData(ParticipantTable, record, FieldName, name);
-        d_SetData(ParticipantTable, record, FieldAttribute, attribute);
-    }
-    Participants = d_RecordsInTable(ParticipantTable);
+    testsupport::participants(people);
     return SeelenorakelReport();
 }
 
@@ -50,10 +41,7 @@ std::string man(const std::string& demands = "100", char status = '2') {
     return answers("19800101", '0', std::string("11170060") + status + "11", threes, demands);
 }
 std::string woman(const std::string& demands = "100") {
-    return answers("19800101", '1',
-                   "1117006021"
-                   "1",
-                   threes, demands);
+    return answers("19800101", '1', "11170060211", threes, demands);
 }
 
 TEST(Evaluation, TheWorkedExample) {

@@ -56,8 +56,8 @@ TEST_F(Files, FailedWritesLeaveTheOldFileWhole) {
     std::signal(SIGXFSZ, previous);
     EXPECT_EQ(code, EFBIG);
     EXPECT_EQ(log.lines(), (std::vector<std::string>{"setstringtofile: Error #No such file or directory: " +
-                                                       folder + "fehlt/daten.txt",
-                                                   "setstringtofile: Error #File too large: " + path}));
+                                                         folder + "fehlt/daten.txt",
+                                                     "setstringtofile: Error #File too large: " + path}));
     EXPECT_EQ(readback(path), "die alten Daten\r");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1); // no copy left behind
 }

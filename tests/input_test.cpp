@@ -3,7 +3,6 @@
 
 #include "application/application.h"
 #include "shell/events.h"
-#include "store/store.h"
 #include "testsupport.h"
 
 #include <gtest/gtest.h>
@@ -149,19 +148,13 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
 // The evaluation of 1,000 participants printed while 100,000 keys arrive and the refresh has frames
 // composed from the window: every key is read afterwards, in its order.
 TEST_F(InputTest, KeysArrivingWhileTheReportPrintsAreKeptInOrder) {
-    testsupport::freshstore();
-    ParticipantTable = d_CreateTable("Seelenorakel");
-    FieldName = d_CreateField(ParticipantTable, "Name", d_TypeString);
-    FieldAttribute = d_CreateField(ParticipantTable, "Attribute", d_TypeString);
+    testsupport::People people;
     for (Int i = 1; i <= 1000; ++i) {
         std::string answers = std::to_string(1940 + i % 60) + "0101" + std::to_string(i % 2) + "11170060";
         for (Int k = 0; k < 43; ++k) answers += static_cast<char>('1' + (i * 7 + k) % 5);
-        answers += i % 3 ? "100" : "001";
-        const Int record = d_CreateRecord(ParticipantTable);
-        d_SetData(ParticipantTable, record, FieldName, "Teilnehmer " + std::to_string(i));
-        d_SetData(ParticipantTable, record, FieldAttribute, answers);
+        people.emplace_back("Teilnehmer " + std::to_string(i), answers + (i % 3 ? "100" : "001"));
     }
-    Participants = 1000;
+    testsupport::participants(people);
 
     static std::atomic<int> frames{0};
     t_PlatformPort port = platformport();
@@ -204,29 +197,14 @@ TEST_F(InputTest, KeysArrivingWhileTheReportPrintsAreKeptInOrder) {
 
 TEST(InputCoding, PasteEncodingAndCopyDecoding) {
     initkbtools();
-    EXPECT_EQ(t_TextPasteEncode("ä€\nx"), "ä\x1b"
-                                          "20AC\x1d\rx");
-    EXPECT_EQ(t_TextPasteEncode("😀"), "\x1b"
-                                      "F600\x1d");
+    EXPECT_EQ(t_TextPasteEncode("ä€\nx"), "ä\03320AC\035\rx");
+    EXPECT_EQ(t_TextPasteEncode("😀"), "\033F600\035");
     const struct {
         std::string in, out;
     } decoded[] = {
-        {"a\x1b"
-         "00fc\x1d"
-         "b\x1b"
-         "20AC\x1d",
-         "aüb€"},
-        {"ohne\x1bGS", "ohne\x1bGS"},
-        {"\x1bzz\x1d!", std::string("\0!", 2)},
-        {"\x1b"
-         "FFFFFFFFF\x1d",
-         std::string(1, '\0')},
-        {"\x1b"
-         "D800\x1d",
-         std::string(1, '\0')},
-        {"x\x1b\x1b"
-         "41\x1d",
-         std::string("x\0", 2)},
+        {"a\03300fc\035b\03320AC\035", "aüb€"}, {"ohne\x1bGS", "ohne\x1bGS"},
+        {"\x1bzz\x1d!", std::string("\0!", 2)}, {"\033FFFFFFFFF\035", std::string(1, '\0')},
+        {"\033D800\035", std::string(1, '\0')}, {"x\033\03341\035", std::string("x\0", 2)},
     };
     for (const auto& row : decoded) EXPECT_EQ(t_TextCopyDecode(row.in), row.out) << row.in;
 }

@@ -69,8 +69,9 @@ TEST_F(Library, CharactersScalarsLowerCaseAndBytes) {
     for (int b = 0; b < 256; ++b) EXPECT_EQ(ascfromstring(stringfrombytes(Text{{uint8_t(b)}})), b);
     LogCapture log;
     EXPECT_EQ(stringfrombytes(Text{{27, '4', '1', 'x', 'y', 29, 'z'}}), "Az");
-    EXPECT_EQ(log.lines(), std::vector<std::string>{
-                             "stringfrombytes: Escape with a non-hexadecimal digit, read up to that digit."});
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{
+                  "stringfrombytes: Escape with a non-hexadecimal digit, read up to that digit."});
 }
 
 TEST_F(Library, NumbersBecomeGermanTextsAndTextsNumbersForgivingly) {
@@ -93,8 +94,8 @@ TEST_F(Library, NumbersBecomeGermanTextsAndTextsNumbersForgivingly) {
     EXPECT_EQ(formatreal(32, 1, INT64_MAX, false, 1.5).size(), 2 + 32767u);
     EXPECT_EQ(formatreal(32, 1, INT64_MIN, false, 1.5), "1,5");
     EXPECT_EQ(log.lines(), (std::vector<std::string>{
-                             "formatreal: 9223372036854775807 decimals are too many, giving 32767.",
-                             "formatreal: -9223372036854775808 decimals are too many, giving 32767."}));
+                               "formatreal: 9223372036854775807 decimals are too many, giving 32767.",
+                               "formatreal: -9223372036854775808 decimals are too many, giving 32767."}));
 }
 
 } // namespace

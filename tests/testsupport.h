@@ -1,6 +1,7 @@
 // Small helpers that many tests share.
 #pragma once
 
+#include "application/application.h"
 #include "shell/shell.h"
 #include "store/store.h"
 
@@ -8,6 +9,8 @@
 #include <filesystem>
 #include <mutex>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace testsupport {
 
@@ -48,6 +51,22 @@ inline void freshstore() {
     t_DebugLevel = 0;
     d_DeleteDatabase(true);
     t_DebugLevel = 1;
+}
+
+using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute
+
+// The game's participant table holding these people, in a fresh store.
+inline void participants(const People& people) {
+    freshstore();
+    ParticipantTable = d_CreateTable("Seelenorakel");
+    FieldName = d_CreateField(ParticipantTable, "Name", d_TypeString);
+    FieldAttribute = d_CreateField(ParticipantTable, "Attribute", d_TypeString);
+    for (const auto& [name, attribute] : people) {
+        const Int record = d_CreateRecord(ParticipantTable);
+        d_SetData(ParticipantTable, record, FieldName, name);
+        d_SetData(ParticipantTable, record, FieldAttribute, attribute);
+    }
+    Participants = d_RecordsInTable(ParticipantTable);
 }
 
 } // namespace testsupport

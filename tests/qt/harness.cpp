@@ -48,15 +48,7 @@ void Bundle::writedata(const std::string& text) const {
 }
 
 std::string dumpof(const People& people) {
-    testsupport::freshstore();
-    const Int table = d_CreateTable("Seelenorakel");
-    const Int name = d_CreateField(table, "Name", d_TypeString),
-              attribute = d_CreateField(table, "Attribute", d_TypeString);
-    for (const auto& [n, a] : people) {
-        const Int record = d_CreateRecord(table);
-        d_SetData(table, record, name, n);
-        d_SetData(table, record, attribute, a);
-    }
+    testsupport::participants(people);
     return d_DumpDatabase(true, true, false);
 }
 

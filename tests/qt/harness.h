@@ -32,7 +32,7 @@ struct Bundle {
     std::string readdata() const;
 };
 
-using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute
+using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute, as testsupport
 
 // The data file that the store of these people dumps, as the game writes it.
 std::string dumpof(const People& people);

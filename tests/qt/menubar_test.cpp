@@ -1,20 +1,15 @@
 // The menu bar of the real program: copying the screen, showing and hiding windows, the pasteboard
-// window; and a file panel asked for from the program thread.
+// window, the window on a small screen, and the shortcuts.
 #include "harness.h"
 #include "shell/menus.h"
 #include "shell/qt/appdelegate.h"
 
 #include <QAction>
-#include <QApplication>
-#include <QFileDialog>
-#include <QLineEdit>
-#include <QTimer>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <thread>
 
 namespace {
 
@@ -72,9 +67,6 @@ TEST(MenuBar, TheWindowFitsALaptopScreen) {
     EXPECT_TRUE(x >= ax && y >= ay && x + w <= ax + aw && y + h <= ay + ah)
         << x << " " << y << " " << w << " " << h;
     EXPECT_LT(h, 832);
-    // The program's own idea of its window is what it set.
-    ASSERT_TRUE(game.type("l"));
-    EXPECT_NE(game.screen().find("Es sind keine Teilnehmer vorhanden."), std::string::npos);
 }
 
 // Plain Ctrl keys belong to the program: no item may take one.
@@ -89,45 +81,6 @@ TEST(MenuBar, ShortcutsLeavePlainControlKeysToTheProgram) {
                 << action->text().toStdString();
         }
     EXPECT_GE(shortcuts, 4);
-}
-
-TEST(MenuBar, AFilePanelFromTheProgramThreadGivesThePlainPath) {
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "seelenorakel panel";
-    std::filesystem::create_directories(folder);
-    const std::string file = (folder / "Müller.txt").string();
-    std::ofstream(file) << "x";
-    std::string chosen = "nothing yet", cancelled = "nothing yet";
-    std::atomic<bool> done{false};
-    std::thread program([&] {
-        chosen = t_OpenPanel("Laden", "", "txt", true, false);
-        cancelled = t_SavePanel("neu.txt", "Sichern", "", "txt");
-        done = true;
-    });
-    // A person stands in: the first panel gets the file, the second is cancelled.
-    int panels = 0;
-    QFileDialog* last = nullptr;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-        if (!dialog || dialog == last) return;
-        last = dialog;
-        if (panels++ == 0) {
-            EXPECT_EQ(dialog->labelText(QFileDialog::Accept).toStdString(), "Öffnen");
-            dialog->findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(file));
-            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
-        } else {
-            EXPECT_EQ(dialog->labelText(QFileDialog::Accept).toStdString(), "Sichern");
-            QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
-        }
-    });
-    timer.start(20);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!done && std::chrono::steady_clock::now() < end)
-        QApplication::processEvents(QEventLoop::AllEvents, 20);
-    program.join();
-    EXPECT_EQ(chosen, file);
-    EXPECT_EQ(cancelled, "");
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace
