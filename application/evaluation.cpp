@@ -156,7 +156,6 @@ Int points(const Person& p, const Person& c) {
 
 // The report is written through a cursor into a text grown ahead, so that a line costs a few fixed-size
 // copies rather than appends that each check the room.
-
 struct Writer {
     std::string Text;
     size_t Used = 0;
