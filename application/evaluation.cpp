@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <list>
 #include <cstring>
 #include <cmath>
 #include <iterator>
@@ -25,61 +27,95 @@ constexpr Int linePrefix = 38; // blanks before the Attribute string in an evalu
 constexpr Int posYear = 39, posMonth = 43, posDay = 45, posSex = 47, posReligion = 48, posSize = 50,
               posWeight = 53, posStatus = 56, posMarried = 97, posSameReligion = 98, posOtherSex = 99;
 
-// The 43 positions whose digits are compared: religion, nationality, then status to the last statement.
-constexpr Int digitPositions = 43;
+// The 43 positions whose digits are compared, in the order of their lanes: status to the last statement,
+// then religion and nationality. Any order gives the same sum; this one reads the first 41 at once.
+constexpr Int digitPositions = 43, runOfDigits = 41;
 constexpr Int digitPosition(Int k) {
-    return k < 2 ? posReligion + k : posStatus + (k - 2);
+    return k < runOfDigits ? posStatus + k : posReligion + (k - runOfDigits);
 }
 
 // A copy of the report may run up to this many bytes past what it keeps, and read as many past its source.
 constexpr size_t slack = 32;
 
+// Eight digits side by side; a digit is 0 to 9, so a lane's sum of six squares stays far below 2^15.
+using Lanes = int16_t __attribute__((vector_size(16)));
+constexpr size_t laneGroups = 6; // the 43 digits and 5 zeros
+using Words = uint64_t __attribute__((vector_size(16)));
+
 // What a person's line gives, worked out once per person rather than once per pair: the pieces and values
 // are the same whichever partner they are compared with. Pieces compared between people are held as
 // numbers that stand for their text.
 struct Person {
-    std::string Name;
-    std::string Line;
-    std::string PaddedName; // the name and the blanks up to column 41, then `slack` more for copy()
-    size_t PaddedNameBytes = 0;
+    Lanes Digits[laneGroups] = {};
+    double Birth = 0, Size = 0, Weight = 0;
     int Sex = 0, Religion = 0;
     bool WantsUnmarried = false, WantsSameReligion = false, WantsOtherSex = false, Married = false;
-    double Birth = 0, Size = 0, Weight = 0;
-    // 16 bits and a count padded to a multiple of 8, so that the sum of squares runs on vector registers.
-    int16_t Digits[48] = {};
+    size_t NameAt = 0, NameBytes = 0, PaddedNameBytes = 0; // in the text of all padded names
+    const std::string* Attribute = nullptr;                // the store's cell, read in place
 };
 
-// midstring of the line. A line of plain ASCII without a carriage return has one byte per character, so
-// there the pieces are cut by bytes, which gives the same text without going through the character rules.
+// A text of plain ASCII without a carriage return has one byte per character. Eight bytes at a time: a
+// carriage return is a zero byte after the exclusive or.
+bool onebytepercharacter(std::string_view text) {
+    constexpr uint64_t ones = 0x0101010101010101u, highs = 0x8080808080808080u, returns = 0x0d0d0d0d0d0d0d0du;
+    uint64_t high = 0, zero = 0;
+    size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+        uint64_t word;
+        std::memcpy(&word, text.data() + i, 8);
+        high |= word;
+        zero |= ((word ^ returns) - ones) & ~(word ^ returns) & highs;
+    }
+    for (; i < text.size(); ++i) {
+        high |= static_cast<unsigned char>(text[i]);
+        zero |= text[i] == '\r';
+    }
+    return (high & highs) == 0 && zero == 0;
+}
+
+// midstring of the evaluation line, for lines that aren't one byte per character or end early.
 struct Line {
-    const std::string& Text;
-    bool OneBytePerCharacter;
-    explicit Line(const std::string& text)
-        : Text(text), OneBytePerCharacter(std::all_of(Text.begin(), Text.end(), [](char c) {
-              return static_cast<unsigned char>(c) < 0x80 && c != '\r';
-          })) {}
-    std::string piece(Int position, Int length) const {
-        if (!OneBytePerCharacter) return midstring(Text, position, length);
-        const auto from = static_cast<size_t>(position - 1);
-        return from < Text.size() ? Text.substr(from, static_cast<size_t>(length)) : std::string();
+    std::string Whole;
+    std::list<std::string> Held; // behind the views handed out
+    explicit Line(std::string_view attribute) : Whole(std::string(linePrefix, ' ').append(attribute)) {}
+    std::string_view piece(Int position, Int length) {
+        return Held.emplace_back(midstring(Whole, position, length));
     }
 };
 
-Person person(Int record, std::unordered_map<std::string, int>& pieces) {
-    Person p;
-    p.Name = d_GetData(ParticipantTable, record, FieldName);
-    p.Line = std::string(linePrefix, ' ') + d_GetData(ParticipantTable, record, FieldAttribute);
-    const Line line(p.Line);
-    auto piece = [&](Int position, Int length) { return line.piece(position, length); };
-    auto number = [&](Int position) {
-        return pieces.emplace(piece(position, 1), static_cast<int>(pieces.size())).first->second;
-    };
-    p.PaddedName = p.Name + spacestring(40 - charactercount(p.Name));
-    p.PaddedNameBytes = p.PaddedName.size();
-    p.PaddedName.append(slack, ' ');
-    const std::string sex = piece(posSex, 1);
-    p.Sex = number(posSex);
-    p.Religion = number(posReligion);
+// realfromstring, read at once where the piece is all digits.
+double number(std::string_view piece) {
+    Int value = 0;
+    for (char c : piece) {
+        if (c < '0' || c > '9') return realfromstring(piece);
+        value = value * 10 + (c - '0');
+    }
+    return static_cast<double>(value);
+}
+
+// Numbers 0, 1, ... for piece texts: one byte is its own entry, longer or empty pieces are looked up.
+struct PieceNumbers {
+    std::array<int, 256> Byte;
+    std::unordered_map<std::string, int> Longer;
+    int Count = 0;
+    PieceNumbers() { Byte.fill(-1); }
+    int operator()(std::string_view piece) {
+        if (piece.size() == 1) {
+            int& number = Byte[static_cast<unsigned char>(piece[0])];
+            if (number < 0) number = Count++;
+            return number;
+        }
+        const auto [at, added] = Longer.emplace(piece, Count);
+        Count += added;
+        return at->second;
+    }
+};
+
+// The values of a person's line, with piece(position, length) as midstring of the evaluation line.
+template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piece) {
+    const std::string_view sex = piece(posSex, 1);
+    p.Sex = numbers(sex);
+    p.Religion = numbers(piece(posReligion, 1));
     p.Married = piece(posStatus, 1) == "5";
     p.WantsUnmarried = piece(posMarried, 1) == "0";
     p.WantsSameReligion = piece(posSameReligion, 1) == "1";
@@ -87,72 +123,126 @@ Person person(Int record, std::unordered_map<std::string, int>& pieces) {
 
     // Each step is one rounded double operation in the written order; the build forbids contraction
     // into fused multiply-adds, which would change the points.
-    const double y = realfromstring(piece(posYear, 4));
-    const double m = realfromstring(piece(posMonth, 2));
-    const double d = realfromstring(piece(posDay, 2));
+    const double y = number(piece(posYear, 4));
+    const double m = number(piece(posMonth, 2));
+    const double d = number(piece(posDay, 2));
     const bool female = sex == "1";
     p.Birth = ((y - 1900) * 365 + m * 30.4 + d) / 365;
     if (female) p.Birth = p.Birth * 1.15;
-    p.Size = realfromstring(piece(posSize, 3));
+    p.Size = number(piece(posSize, 3));
     if (female) p.Size = p.Size * 1.05;
-    p.Weight = realfromstring(piece(posWeight, 3));
+    p.Weight = number(piece(posWeight, 3));
     if (female) p.Weight = p.Weight * 1.15;
+}
 
-    // Plain ASCII is its own bytes.
+// The digits of a line cut by characters: a byte is a digit or 0; a longer piece is a character with
+// marks, read by its bytes.
+template <typename Piece> void readdigits(Person& p, Piece piece) {
     for (Int k = 0; k < digitPositions; ++k) {
-        const std::string digit = piece(digitPosition(k), 1);
-        p.Digits[k] =
-            static_cast<int16_t>(line.OneBytePerCharacter ? integerfrombytes(std::string_view(digit))
-                                                          : integerfrombytes(bytesfromstring(digit)));
+        const std::string_view digit = piece(digitPosition(k), 1);
+        p.Digits[k / 8][k % 8] =
+            static_cast<int16_t>(digit.size() == 1 ? (digit[0] >= '0' && digit[0] <= '9' ? digit[0] - '0' : 0)
+                                                   : integerfrombytes(digit));
+    }
+}
+
+// The same for a line of one byte per character, 48 lanes in one loop that runs on vector registers.
+void readdigitbytes(Person& p, const char* line) {
+    unsigned char bytes[48] = {};
+    std::memcpy(bytes, line + posStatus, runOfDigits);
+    bytes[runOfDigits] = static_cast<unsigned char>(line[posReligion]);
+    bytes[runOfDigits + 1] = static_cast<unsigned char>(line[posReligion + 1]);
+    int16_t digits[48];
+    for (size_t k = 0; k < 48; ++k) {
+        const auto value = static_cast<unsigned char>(bytes[k] - '0');
+        digits[k] = static_cast<int16_t>(value < 10 ? value : 0);
+    }
+    std::memcpy(p.Digits, digits, sizeof digits);
+}
+
+// A cell of the participant table, read in place; the store keeps it while the report is made.
+const std::string& cell(Int record, Int field) {
+    static const std::string none;
+    const Int at = d_GetDataIndex(ParticipantTable, record, field);
+    return at >= 0 && static_cast<size_t>(at) < d_DataText.size() ? d_DataText[static_cast<size_t>(at)]
+                                                                  : none;
+}
+
+// The person of a record; the padded name goes to the end of `names`.
+Person person(Int record, PieceNumbers& numbers, std::string& names) {
+    Person p;
+    const std::string& name = cell(record, FieldName);
+    p.Attribute = &cell(record, FieldAttribute);
+    p.NameAt = names.size();
+    p.NameBytes = name.size();
+    names += name;
+    const Int characters = onebytepercharacter(name) ? static_cast<Int>(name.size()) : charactercount(name);
+    if (characters < 40) names.append(static_cast<size_t>(40 - characters), ' ');
+    p.PaddedNameBytes = names.size() - p.NameAt;
+
+    // Real answers are plain ASCII through the last demand: there the pieces are cut by bytes, which gives
+    // the same text without the character rules.
+    const std::string_view attribute = *p.Attribute;
+    if (attribute.size() >= static_cast<size_t>(posOtherSex - linePrefix) && onebytepercharacter(attribute)) {
+        // The evaluation line from its blanks on, 1-based: line[position] is the character at position.
+        char line[posOtherSex + 1];
+        std::memset(line, ' ', linePrefix + 1);
+        std::memcpy(line + linePrefix + 1, attribute.data(), posOtherSex - linePrefix);
+        read(p, numbers, [&line](Int position, Int length) {
+            return std::string_view(line + position, static_cast<size_t>(length));
+        });
+        readdigitbytes(p, line);
+    } else {
+        Line line(attribute);
+        auto piece = [&](Int position, Int length) { return line.piece(position, length); };
+        read(p, numbers, piece);
+        readdigits(p, piece);
     }
     return p;
 }
 
-// Without branches: with real answers, who is left out follows no pattern a branch predictor could learn.
-bool excluded(const Person& p, bool married, int religion, int sex) {
-    return (p.WantsUnmarried & married) | (p.WantsSameReligion & (p.Religion != religion)) |
-           (p.WantsOtherSex & (p.Sex == sex));
-}
-bool excluded(const Person& p, const Person& c) {
-    return excluded(p, c.Married, c.Religion, c.Sex);
-}
-
-// A value cut towards zero. Only a hand-edited file brings values beyond 2^53 (or infinities and NaN);
-// they are held there, so that four terms still add up without overflow.
-Int cut(double x) {
+// A distance cut towards zero. Only a hand-edited file brings distances beyond 2^53 (or infinities and
+// NaN); they are held there, so that four terms still add up without overflow.
+Int cut(double distance) {
     constexpr double limit = 9007199254740992.0;
-    if (std::isnan(x)) return 0;
-    if (x >= limit) return static_cast<Int>(limit);
-    if (x <= -limit) return -static_cast<Int>(limit);
-    return static_cast<Int>(x);
+    if (distance < limit) [[likely]]
+        return static_cast<Int>(distance);
+    return distance >= limit ? static_cast<Int>(limit) : 0;
 }
 
-// trunc(pow(x, 1.2)), the only part of the power the points use. Single-precision logarithm and
-// exponential come within 1.5e-6 of x^1.2 relatively (at worst for the smallest floats); where no integer
-// lies within 1e-5 of that, pow, good to an ulp, has the same integer part, and pow is asked only where
-// one does.
-Int powertrunc(double x) {
-    if (x > 0 && x < 1e7) {
-        const double near = x * std::exp(0.2f * std::log(static_cast<float>(x)));
-        const double low = std::floor(near * (1 - 1e-5)), high = std::floor(near * (1 + 1e-5));
-        if (low == high) return static_cast<Int>(low);
+// trunc(pow(x, 1.2)) by a table for the ages people have. x^1.2 reaches n at the threshold n^(1/1.2);
+// an eighth of a year passes at most one threshold, so each eighth holds the count below it and the
+// threshold within it, if any. pow errs by an ulp at most, so it agrees with the table except within a
+// hair of a threshold, and there pow itself is asked.
+struct PowerTable {
+    static constexpr int perYear = 8, years = 1024;
+    static constexpr double hair = 1e-12, none = HUGE_VAL;
+    struct Eighth {
+        double Threshold; // none where no threshold lies within; NaN where one lies at an edge
+        Int Below;
+    };
+    std::vector<Eighth> Eighths;
+    PowerTable() {
+        auto threshold = [](Int n) { return std::pow(static_cast<double>(n), 1 / 1.2); };
+        Int n = 0; // thresholds 1 to n lie at or below the eighth's start
+        for (int i = 0; i < perYear * years; ++i) {
+            const double start = static_cast<double>(i) / perYear, end = static_cast<double>(i + 1) / perYear;
+            while (threshold(n + 1) <= start) ++n;
+            const double next = threshold(n + 1);
+            const bool atEdge = (n > 0 && threshold(n) > start * (1 - hair)) || next < start * (1 + hair) ||
+                                std::fabs(next - end) < end * hair || threshold(n + 2) < end * (1 + hair);
+            Eighths.push_back({atEdge ? std::nan("") : next < end ? next : none, n});
+        }
     }
-    return cut(std::pow(x, 1.2));
-}
-
-Int points(const Person& p, const Person& c) {
-    Int sum = powertrunc(std::fabs(p.Birth - c.Birth));
-    // A piece is one character, so its digit is 0 to 9 and the squares can't overflow.
-    int32_t squares = 0;
-    for (size_t k = 0; k < std::size(p.Digits); ++k) {
-        const int16_t difference = static_cast<int16_t>(p.Digits[k] - c.Digits[k]);
-        squares += static_cast<int32_t>(difference) * difference;
+    // The whole part of x^1.2 for a distance x, or false where pow must be asked: far out, NaN, or
+    // within a hair of a threshold.
+    bool powertrunc(double x, Int& whole) const {
+        const bool inside = x < years;
+        const Eighth& e = Eighths[static_cast<size_t>(static_cast<int>((inside ? x : 0.0) * perYear))];
+        whole = e.Below + (x >= e.Threshold);
+        return inside & (std::fabs(x - e.Threshold) > hair * x);
     }
-    sum += squares;
-    sum += cut(std::fabs(p.Size - c.Size));
-    sum += cut(std::fabs(p.Weight - c.Weight));
-    return sum;
-}
+};
 
 // The report is written through a cursor into a text grown ahead, so that a line costs a few fixed-size
 // copies rather than appends that each check the room.
@@ -176,64 +266,151 @@ inline char* copy(char* to, const char* from, size_t bytes) {
     return to + bytes;
 }
 
-// The points and " Punkte." of the usual values, made once each and held with the slack for copy().
-struct PointsTexts {
-    static constexpr Int usual = 4096;
-    std::vector<std::array<char, 16>> Made = std::vector<std::array<char, 16>>(usual);
-    std::vector<uint8_t> Length = std::vector<uint8_t>(usual);
-    std::string Other;
-    std::string_view operator()(Int value) {
-        if (value < 0 || value >= usual) {
-            Other = formatinteger(value, 32, 4, true) + " Punkte.";
-            const size_t length = Other.size();
-            Other.append(slack, ' ');
-            return {Other.data(), length};
+// Bytes of a candidate line beside a name of 40 bytes with usual points: "1.234 Punkte. *\r".
+constexpr size_t usualLineBytes = 40 + 16;
+
+// Sets of people as bits in record order: who is left out follows from three values of the candidate,
+// so a person's candidates are a few whole-word operations on the sets of those values.
+using Set = std::vector<uint64_t>;
+
+struct Sets {
+    size_t Words;
+    Set Everyone, Unmarried, Wide;  // Wide: padded names of more than 40 bytes
+    std::vector<Set> Religion, Sex; // by piece number
+    Sets(const std::vector<Person>& people, int pieceNumbers)
+        : Words((people.size() + 63) / 64), Everyone(Words), Unmarried(Words), Wide(Words),
+          Religion(static_cast<size_t>(pieceNumbers)), Sex(static_cast<size_t>(pieceNumbers)) {
+        for (size_t i = 0; i < people.size(); ++i) {
+            const Person& c = people[i];
+            const uint64_t bit = uint64_t{1} << (i % 64);
+            Everyone[i / 64] |= bit;
+            if (!c.Married) Unmarried[i / 64] |= bit;
+            if (c.PaddedNameBytes > 40) Wide[i / 64] |= bit;
+            for (Set* set : {&Religion[static_cast<size_t>(c.Religion)], &Sex[static_cast<size_t>(c.Sex)]}) {
+                set->resize(Words);
+                (*set)[i / 64] |= bit;
+            }
         }
-        auto& text = Made[static_cast<size_t>(value)];
-        uint8_t& length = Length[static_cast<size_t>(value)];
-        if (length == 0) {
-            const std::string made = formatinteger(value, 32, 4, true) + " Punkte.";
-            length = static_cast<uint8_t>(made.size()); // 12 or 13: "4.095 Punkte."
-            std::memcpy(text.data(), made.data(), made.size());
-        }
-        return {text.data(), length};
+    }
+    // The candidates of person i: everyone else whom that person's demands allow.
+    void candidates(const std::vector<Person>& people, size_t i, Set& into) const {
+        const Person& p = people[i];
+        const Set& religion = p.WantsSameReligion ? Religion[static_cast<size_t>(p.Religion)] : Everyone;
+        const Set& sex = Sex[static_cast<size_t>(p.Sex)];
+        const uint64_t otherSex = p.WantsOtherSex ? ~uint64_t{0} : 0;
+        const Set& marriage = p.WantsUnmarried ? Unmarried : Everyone;
+        for (size_t w = 0; w < Words; ++w) into[w] = marriage[w] & religion[w] & ~(sex[w] & otherSex);
+        into[i / 64] &= ~(uint64_t{1} << (i % 64));
     }
 };
 
-// Bytes of a candidate line beside the name with usual points: "1.234 Punkte. *\r".
-constexpr size_t usualLineTail = 16;
+// The points and " Punkte." of the usual values, made once each. A text and its length fit in 16 bytes,
+// so that one copy writes it.
+struct PointsTexts {
+    static constexpr Int usual = 4096;
+    struct Made {
+        char Bytes[15];
+        uint8_t Length = 0; // 12 or 13: "4.095 Punkte."
+    };
+    std::vector<Made> Usual = std::vector<Made>(usual);
+    std::string Other;
+    static std::string text(Int value) { return formatinteger(value, 32, 4, true) + " Punkte."; }
+    // Writes the text of `value` at `at`, with up to 16 bytes behind it to spare; gives its end.
+    char* write(char* at, Int value) {
+        if (value >= 0 && value < usual) [[likely]] {
+            Made& made = Usual[static_cast<size_t>(value)];
+            if (made.Length == 0) [[unlikely]] {
+                const std::string t = text(value);
+                std::memcpy(made.Bytes, t.data(), t.size());
+                made.Length = static_cast<uint8_t>(t.size());
+            }
+            std::memcpy(at, &made, 16);
+            return at + made.Length;
+        }
+        Other = text(value);
+        const size_t length = Other.size();
+        Other.append(slack, ' ');
+        return copy(at, Other.data(), length);
+    }
+};
+
+// A person's candidates with their points, and room enough for their lines.
+struct Section {
+    size_t Count = 0, Bytes = 0;
+};
+
+// The points of p against each candidate in the set, in record order: their indices go to `chosen`, the
+// points to `scores`. `retry` is room for as many indices.
+Section points(const Person& p, const std::vector<Person>& people, const Set& candidates, uint32_t* chosen,
+               Int* scores, uint32_t* retry) {
+    static const PowerTable power;
+    const double birth = p.Birth, size = p.Size, weight = p.Weight;
+    const Lanes a0 = p.Digits[0], a1 = p.Digits[1], a2 = p.Digits[2], a3 = p.Digits[3], a4 = p.Digits[4],
+                a5 = p.Digits[5];
+    Section section;
+    size_t retries = 0, unusual = 0;
+    for (size_t w = 0; w < candidates.size(); ++w) {
+        for (uint64_t bits = candidates[w]; bits != 0; bits &= bits - 1) {
+            const size_t k = section.Count++;
+            chosen[k] = static_cast<uint32_t>(w * 64 + static_cast<size_t>(std::countr_zero(bits)));
+            const Person& c = people[chosen[k]];
+            const Lanes* b = c.Digits;
+            const Lanes d0 = a0 - b[0], d1 = a1 - b[1], d2 = a2 - b[2], d3 = a3 - b[3], d4 = a4 - b[4],
+                        d5 = a5 - b[5];
+            const Lanes squares = d0 * d0 + d1 * d1 + d2 * d2 + d3 * d3 + d4 * d4 + d5 * d5;
+            // The eight lanes are summed as four 16-bit fields of two 64-bit words: no sum comes near 2^16.
+            const Words words = reinterpret_cast<Words>(squares);
+            const Int digits = static_cast<Int>(((words[0] + words[1]) * 0x0001000100010001u) >> 48);
+            Int first;
+            const bool sure = power.powertrunc(std::fabs(birth - c.Birth), first);
+            scores[k] = (sure ? first : 0) + digits + cut(std::fabs(size - c.Size)) +
+                        cut(std::fabs(weight - c.Weight));
+            // Without a branch here the loop holds p's digits in registers; pow comes after it.
+            retry[retries] = static_cast<uint32_t>(k);
+            retries += !sure;
+            unusual += static_cast<uint64_t>(scores[k]) >= PointsTexts::usual;
+            section.Bytes += c.PaddedNameBytes;
+        }
+    }
+    for (size_t r = 0; r < retries; ++r) {
+        const size_t k = retry[r];
+        scores[k] += cut(std::pow(std::fabs(birth - people[chosen[k]].Birth), 1.2));
+        unusual += static_cast<uint64_t>(scores[k]) >= PointsTexts::usual;
+    }
+    // A usual line beside the name is at most 16 bytes: "4.095 Punkte. *\r"; other points take up to 32 more.
+    section.Bytes += section.Count * 16 + unusual * 32;
+    return section;
+}
 
 } // namespace
 
 std::string SeelenorakelReport() {
+    const size_t count = static_cast<size_t>(std::max<Int>(Participants, 0));
     std::vector<Person> people;
-    people.reserve(static_cast<size_t>(Participants > 0 ? Participants : 0));
-    std::unordered_map<std::string, int> pieces;
-    for (Int record = 1; record <= Participants; ++record) people.push_back(person(record, pieces));
+    people.reserve(count);
+    PieceNumbers numbers;
+    std::string names;
+    names.reserve(count * 48 + slack);
+    for (Int record = 1; record <= Participants; ++record) people.push_back(person(record, numbers, names));
+    names.append(slack, ' '); // copy() reads up to 15 bytes past the last name
+    const Sets sets(people, numbers.Count);
+    Set candidates(sets.Words);
 
-    // The exclusions depend on three values of the candidate only: the people counted by those values
-    // give each section's length before it is written, so the text is grown about once.
-    struct Kind {
-        bool Married;
-        int Religion, Sex;
-        size_t People = 0, NameBytes = 0;
-    };
-    std::vector<Kind> kinds;
-    for (const Person& c : people) {
-        auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const Kind& k) {
-            return k.Married == c.Married && k.Religion == c.Religion && k.Sex == c.Sex;
-        });
-        if (kind == kinds.end()) kind = kinds.insert(kinds.end(), Kind{c.Married, c.Religion, c.Sex});
-        ++kind->People;
-        kind->NameBytes += c.PaddedNameBytes;
-    }
-    const std::string rule = std::string(55, '-') + "\r";
+    // Each section's length is known before it is written, so the text is grown about once.
+    // The head of a section around the name, held with the slack for copy().
+    const std::string_view head = "Auswertung für ";
+    const std::string rule = "\r" + std::string(55, '-') + "\r";
+    const std::string heldHead = std::string(head).append(slack, ' '),
+                      heldRule = rule + std::string(slack, ' ');
     size_t estimate = 256;
-    for (const Person& p : people) {
-        estimate += p.Name.size() + 17 + rule.size();
-        for (const Kind& k : kinds)
-            if (!excluded(p, k.Married, k.Religion, k.Sex))
-                estimate += k.NameBytes + k.People * usualLineTail;
+    for (size_t i = 0; i < people.size(); ++i) {
+        estimate += head.size() + people[i].NameBytes + rule.size() + 1;
+        sets.candidates(people, i, candidates);
+        for (size_t w = 0; w < sets.Words; ++w) {
+            estimate += static_cast<size_t>(std::popcount(candidates[w])) * usualLineBytes;
+            for (uint64_t wide = candidates[w] & sets.Wide[w]; wide != 0; wide &= wide - 1)
+                estimate += people[w * 64 + static_cast<size_t>(std::countr_zero(wide))].PaddedNameBytes - 40;
+        }
     }
 
     Writer report;
@@ -241,34 +418,45 @@ std::string SeelenorakelReport() {
     report.put("Seelenorakel Auswertung\r");
     report.put(std::string(23, '='));
     report.put("\r\r");
-    PointsTexts pointstext;
-    std::vector<uint32_t> candidates(people.size());
+    // Made once per thread: the texts are the same in every report.
+    thread_local PointsTexts pointstext;
+    std::vector<uint32_t> chosen(people.size());
+    std::vector<Int> scores(people.size());
+    std::vector<uint32_t> retry(people.size());
     for (size_t pi = 0; pi < people.size(); ++pi) {
         const Person& p = people[pi];
-        NameBuffer = p.Name;
-        AttributeBuffer = p.Line;
-        report.put("Auswertung für ");
-        report.put(p.Name);
-        report.put("\r");
-        report.put(rule);
-        // Who is left out depends on the data alone, so the list is gathered without a branch to mispredict.
-        size_t count = 0;
-        for (size_t ci = 0; ci < people.size(); ++ci) {
-            candidates[count] = static_cast<uint32_t>(ci);
-            count += (ci != pi) & !excluded(p, people[ci]);
-        }
-        for (size_t k = 0; k < count; ++k) {
-            const Person& c = people[candidates[k]];
-            const std::string_view text = pointstext(points(p, c));
+        // The points first, then the lines: neither loop waits on the other.
+        sets.candidates(people, pi, candidates);
+        const Section section = points(p, people, candidates, chosen.data(), scores.data(), retry.data());
+        char* const start = report.room(head.size() + p.NameBytes + rule.size() + section.Bytes + 1);
+        char* at = copy(start, heldHead.data(), head.size());
+        at = copy(at, names.data() + p.NameAt, p.NameBytes);
+        at = copy(at, heldRule.data(), rule.size());
+        for (size_t k = 0; k < section.Count; ++k) {
+            const Person& c = people[chosen[k]];
+            const char* name = names.data() + c.NameAt;
+            if (c.PaddedNameBytes <= 48) [[likely]] {
+                std::memcpy(at, name, 16);
+                std::memcpy(at + 16, name + 16, 16);
+                std::memcpy(at + 32, name + 32, 16);
+                at += c.PaddedNameBytes;
+            } else {
+                at = copy(at, name, c.PaddedNameBytes);
+            }
+            at = pointstext.write(at, scores[k]);
             // The candidate's own demand speaks against this pairing.
             const bool mark = c.WantsOtherSex & (p.Sex == c.Sex);
-            char* at = report.room(c.PaddedNameBytes + text.size() + 3);
-            at = copy(at, c.PaddedName.data(), c.PaddedNameBytes);
-            at = copy(at, text.data(), text.size());
-            std::memcpy(at, mark ? " *\r" : "\r\0\0", 3);
-            report.Used = static_cast<size_t>(at - report.Text.data()) + (mark ? 3 : 1);
+            std::memcpy(at, mark ? " *\r" : "\r\0\0", 4);
+            at += mark ? 3 : 1;
         }
-        report.put("\r");
+        *at++ = '\r';
+        report.Used += static_cast<size_t>(at - start);
+    }
+    // The buffers hold the last person in hand, as after the loop through everyone.
+    if (!people.empty()) {
+        const Person& last = people.back();
+        NameBuffer.assign(names, last.NameAt, last.NameBytes);
+        AttributeBuffer.assign(static_cast<size_t>(linePrefix), ' ').append(*last.Attribute);
     }
     report.put("Je kleiner die Punktzahl, umso besser die Übereinstimmung.\r");
     report.put("*: Es wird das andere Geschlecht bevorzugt.\r");
