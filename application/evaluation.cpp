@@ -39,8 +39,8 @@ constexpr size_t slack = 32;
 
 // Eight digits side by side; a digit is 0 to 9, so a lane's sum of six squares stays far below 2^15.
 using Lanes = int16_t __attribute__((vector_size(16)));
-constexpr size_t laneGroups = 6; // the 43 digits and 5 zeros
 using Words = uint64_t __attribute__((vector_size(16)));
+constexpr size_t laneGroups = 6; // the 43 digits and 5 zeros
 
 // What a person's line gives, worked out once per person rather than once per pair: the pieces and values
 // are the same whichever partner they are compared with. Pieces compared between people are held as
@@ -211,36 +211,44 @@ Int cut(double distance) {
 }
 
 // trunc(pow(x, 1.2)) by a table for the ages people have. x^1.2 reaches n at the threshold n^(1/1.2);
-// an eighth of a year passes at most one threshold, so each eighth holds the count below it and the
+// a quarter of a year passes at most one threshold, so each quarter holds the count below it and the
 // threshold within it, if any. pow errs by an ulp at most, so it agrees with the table except within a
 // hair of a threshold, and there pow itself is asked.
 struct PowerTable {
-    static constexpr int perYear = 8, years = 1024;
-    static constexpr double hair = 1e-12, none = HUGE_VAL;
-    struct Eighth {
-        double Threshold; // none where no threshold lies within; NaN where one lies at an edge
+    static constexpr int perYear = 4, years = 384, last = perYear * years; // the last quarter: all beyond
+    static constexpr double hair = 1e-12;
+    struct Quarter {
+        // Around the threshold within, or infinite where none lies within; NaN where pow must be asked:
+        // a threshold near an edge, or beyond the table.
+        double Low, High;
         Int Below;
     };
-    std::vector<Eighth> Eighths;
+    std::vector<Quarter> Quarters;
     PowerTable() {
         auto threshold = [](Int n) { return std::pow(static_cast<double>(n), 1 / 1.2); };
-        Int n = 0; // thresholds 1 to n lie at or below the eighth's start
-        for (int i = 0; i < perYear * years; ++i) {
+        Int n = 0; // thresholds 1 to n lie at or below the quarter's start
+        for (int i = 0; i < last; ++i) {
             const double start = static_cast<double>(i) / perYear, end = static_cast<double>(i + 1) / perYear;
             while (threshold(n + 1) <= start) ++n;
             const double next = threshold(n + 1);
-            const bool atEdge = (n > 0 && threshold(n) > start * (1 - hair)) || next < start * (1 + hair) ||
-                                std::fabs(next - end) < end * hair || threshold(n + 2) < end * (1 + hair);
-            Eighths.push_back({atEdge ? std::nan("") : next < end ? next : none, n});
+            const bool atEdge = (n > 0 && threshold(n) > start * (1 - 2 * hair)) ||
+                                next < start * (1 + 2 * hair) || std::fabs(next - end) < end * 2 * hair ||
+                                threshold(n + 2) < end * (1 + 2 * hair);
+            if (atEdge)
+                Quarters.push_back({NAN, NAN, n});
+            else if (next < end)
+                Quarters.push_back({next * (1 - 2 * hair), next * (1 + 2 * hair), n});
+            else
+                Quarters.push_back({HUGE_VAL, HUGE_VAL, n});
         }
+        Quarters.push_back({NAN, NAN, 0});
     }
-    // The whole part of x^1.2 for a distance x, or false where pow must be asked: far out, NaN, or
-    // within a hair of a threshold.
+    // The whole part of x^1.2 for a distance x, or false where pow must be asked.
     bool powertrunc(double x, Int& whole) const {
-        const bool inside = x < years;
-        const Eighth& e = Eighths[static_cast<size_t>(static_cast<int>((inside ? x : 0.0) * perYear))];
-        whole = e.Below + (x >= e.Threshold);
-        return inside & (std::fabs(x - e.Threshold) > hair * x);
+        const double quarters = x * perYear; // NaN and all beyond go to the last quarter
+        const Quarter& q = Quarters[static_cast<size_t>(static_cast<int>(quarters < last ? quarters : last))];
+        whole = q.Below + (x >= q.High);
+        return (x < q.Low) | (x >= q.High);
     }
 };
 
@@ -266,19 +274,27 @@ inline char* copy(char* to, const char* from, size_t bytes) {
     return to + bytes;
 }
 
-// Bytes of a candidate line beside a name of 40 bytes with usual points: "1.234 Punkte. *\r".
-constexpr size_t usualLineBytes = 40 + 16;
+// Bytes of a candidate line beside the name: with usual points at most 16, "4.095 Punkte. *\r"; with any
+// points at most 36.
+constexpr size_t usualBeside = 16, anyBeside = 48;
 
 // Sets of people as bits in record order: who is left out follows from three values of the candidate,
 // so a person's candidates are a few whole-word operations on the sets of those values.
 using Set = std::vector<uint64_t>;
 
+// Everyone with one piece number: the list, and the set where they are as many as its words, so that the
+// sets take no more room than the people (a hand-edited file may give everyone a religion of their own).
+struct Group {
+    std::vector<uint32_t> Members;
+    Set Bits;
+};
+
 struct Sets {
     size_t Words;
-    Set Everyone, Unmarried, Wide;  // Wide: padded names of more than 40 bytes
-    std::vector<Set> Religion, Sex; // by piece number
+    Set Nobody, Everyone, Unmarried, Wide; // Wide: padded names of more than 40 bytes
+    std::vector<Group> Religion, Sex;      // by piece number
     Sets(const std::vector<Person>& people, int pieceNumbers)
-        : Words((people.size() + 63) / 64), Everyone(Words), Unmarried(Words), Wide(Words),
+        : Words((people.size() + 63) / 64), Nobody(Words), Everyone(Words), Unmarried(Words), Wide(Words),
           Religion(static_cast<size_t>(pieceNumbers)), Sex(static_cast<size_t>(pieceNumbers)) {
         for (size_t i = 0; i < people.size(); ++i) {
             const Person& c = people[i];
@@ -286,20 +302,31 @@ struct Sets {
             Everyone[i / 64] |= bit;
             if (!c.Married) Unmarried[i / 64] |= bit;
             if (c.PaddedNameBytes > 40) Wide[i / 64] |= bit;
-            for (Set* set : {&Religion[static_cast<size_t>(c.Religion)], &Sex[static_cast<size_t>(c.Sex)]}) {
-                set->resize(Words);
-                (*set)[i / 64] |= bit;
-            }
+            Religion[static_cast<size_t>(c.Religion)].Members.push_back(static_cast<uint32_t>(i));
+            Sex[static_cast<size_t>(c.Sex)].Members.push_back(static_cast<uint32_t>(i));
         }
+        for (auto* groups : {&Religion, &Sex})
+            for (Group& group : *groups)
+                if (group.Members.size() >= Words) set(group, group.Bits);
     }
-    // The candidates of person i: everyone else whom that person's demands allow.
-    void candidates(const std::vector<Person>& people, size_t i, Set& into) const {
+    void set(const Group& group, Set& bits) const {
+        bits.assign(Words, 0);
+        for (uint32_t i : group.Members) bits[i / 64] |= uint64_t{1} << (i % 64);
+    }
+    const Set& of(const Group& group, Set& scratch) const {
+        if (!group.Bits.empty()) return group.Bits;
+        set(group, scratch);
+        return scratch;
+    }
+    // The candidates of person i: everyone else whom that person's demands allow. `scratch` is room for
+    // two sets.
+    void candidates(const std::vector<Person>& people, size_t i, Set& into, Set (&scratch)[2]) const {
         const Person& p = people[i];
-        const Set& religion = p.WantsSameReligion ? Religion[static_cast<size_t>(p.Religion)] : Everyone;
-        const Set& sex = Sex[static_cast<size_t>(p.Sex)];
-        const uint64_t otherSex = p.WantsOtherSex ? ~uint64_t{0} : 0;
+        const Set& religion =
+            p.WantsSameReligion ? of(Religion[static_cast<size_t>(p.Religion)], scratch[0]) : Everyone;
+        const Set& sex = p.WantsOtherSex ? of(Sex[static_cast<size_t>(p.Sex)], scratch[1]) : Nobody;
         const Set& marriage = p.WantsUnmarried ? Unmarried : Everyone;
-        for (size_t w = 0; w < Words; ++w) into[w] = marriage[w] & religion[w] & ~(sex[w] & otherSex);
+        for (size_t w = 0; w < Words; ++w) into[w] = marriage[w] & religion[w] & ~sex[w];
         into[i / 64] &= ~(uint64_t{1} << (i % 64));
     }
 };
@@ -334,6 +361,16 @@ struct PointsTexts {
     }
 };
 
+// The sum of the squared differences of two people's digits, written out so that p's digits stay in
+// registers. The eight lanes are summed as four 16-bit fields of two 64-bit words: no sum comes near 2^16.
+inline Int squaredistance(const Person& p, const Person& c) {
+    const Lanes *a = p.Digits, *b = c.Digits;
+    const Lanes d0 = a[0] - b[0], d1 = a[1] - b[1], d2 = a[2] - b[2], d3 = a[3] - b[3], d4 = a[4] - b[4],
+                d5 = a[5] - b[5];
+    const Words halves = reinterpret_cast<Words>(d0 * d0 + d1 * d1 + d2 * d2 + d3 * d3 + d4 * d4 + d5 * d5);
+    return static_cast<Int>(((halves[0] + halves[1]) * 0x0001000100010001u) >> 48);
+}
+
 // A person's candidates with their points, and room enough for their lines.
 struct Section {
     size_t Count = 0, Bytes = 0;
@@ -345,22 +382,14 @@ Section points(const Person& p, const std::vector<Person>& people, const Set& ca
                Int* scores, uint32_t* retry) {
     static const PowerTable power;
     const double birth = p.Birth, size = p.Size, weight = p.Weight;
-    const Lanes a0 = p.Digits[0], a1 = p.Digits[1], a2 = p.Digits[2], a3 = p.Digits[3], a4 = p.Digits[4],
-                a5 = p.Digits[5];
     Section section;
-    size_t retries = 0, unusual = 0;
+    size_t retries = 0;
     for (size_t w = 0; w < candidates.size(); ++w) {
         for (uint64_t bits = candidates[w]; bits != 0; bits &= bits - 1) {
             const size_t k = section.Count++;
             chosen[k] = static_cast<uint32_t>(w * 64 + static_cast<size_t>(std::countr_zero(bits)));
             const Person& c = people[chosen[k]];
-            const Lanes* b = c.Digits;
-            const Lanes d0 = a0 - b[0], d1 = a1 - b[1], d2 = a2 - b[2], d3 = a3 - b[3], d4 = a4 - b[4],
-                        d5 = a5 - b[5];
-            const Lanes squares = d0 * d0 + d1 * d1 + d2 * d2 + d3 * d3 + d4 * d4 + d5 * d5;
-            // The eight lanes are summed as four 16-bit fields of two 64-bit words: no sum comes near 2^16.
-            const Words words = reinterpret_cast<Words>(squares);
-            const Int digits = static_cast<Int>(((words[0] + words[1]) * 0x0001000100010001u) >> 48);
+            const Int digits = squaredistance(p, c);
             Int first;
             const bool sure = power.powertrunc(std::fabs(birth - c.Birth), first);
             scores[k] = (sure ? first : 0) + digits + cut(std::fabs(size - c.Size)) +
@@ -368,18 +397,40 @@ Section points(const Person& p, const std::vector<Person>& people, const Set& ca
             // Without a branch here the loop holds p's digits in registers; pow comes after it.
             retry[retries] = static_cast<uint32_t>(k);
             retries += !sure;
-            unusual += static_cast<uint64_t>(scores[k]) >= PointsTexts::usual;
             section.Bytes += c.PaddedNameBytes;
         }
     }
     for (size_t r = 0; r < retries; ++r) {
         const size_t k = retry[r];
         scores[k] += cut(std::pow(std::fabs(birth - people[chosen[k]].Birth), 1.2));
-        unusual += static_cast<uint64_t>(scores[k]) >= PointsTexts::usual;
     }
-    // A usual line beside the name is at most 16 bytes: "4.095 Punkte. *\r"; other points take up to 32 more.
-    section.Bytes += section.Count * 16 + unusual * 32;
+    section.Bytes += section.Count * anyBeside;
     return section;
+}
+
+// The candidate lines of p's section, written at `at` with room for all; gives their end.
+char* lines(char* at, const Person& p, const std::vector<Person>& people, const char* names,
+            const uint32_t* chosen, const Int* scores, size_t count, PointsTexts& pointstext) {
+    // The line's end, and the candidate's mark before it where the candidate's own demand speaks against
+    // this pairing: picked by index, since whether it stands follows no pattern a branch could learn.
+    static constexpr char ends[2][4] = {{'\r'}, {' ', '*', '\r'}};
+    for (size_t k = 0; k < count; ++k) {
+        const Person& c = people[chosen[k]];
+        const char* name = names + c.NameAt;
+        if (c.PaddedNameBytes <= 48) [[likely]] {
+            std::memcpy(at, name, 16);
+            std::memcpy(at + 16, name + 16, 16);
+            std::memcpy(at + 32, name + 32, 16);
+            at += c.PaddedNameBytes;
+        } else {
+            at = copy(at, name, c.PaddedNameBytes);
+        }
+        at = pointstext.write(at, scores[k]);
+        const bool mark = c.WantsOtherSex & (p.Sex == c.Sex);
+        std::memcpy(at, ends[mark], 4);
+        at += 1 + 2 * mark;
+    }
+    return at;
 }
 
 } // namespace
@@ -394,24 +445,28 @@ std::string SeelenorakelReport() {
     for (Int record = 1; record <= Participants; ++record) people.push_back(person(record, numbers, names));
     names.append(slack, ' '); // copy() reads up to 15 bytes past the last name
     const Sets sets(people, numbers.Count);
-    Set candidates(sets.Words);
 
-    // Each section's length is known before it is written, so the text is grown about once.
     // The head of a section around the name, held with the slack for copy().
     const std::string_view head = "Auswertung für ";
     const std::string rule = "\r" + std::string(55, '-') + "\r";
     const std::string heldHead = std::string(head).append(slack, ' '),
                       heldRule = rule + std::string(slack, ' ');
-    size_t estimate = 256;
+    // The candidates give the report's length before it is written, so the text is grown about once. A
+    // section asks for room for any points on every line, which the last one may need.
+    Set candidates(sets.Words), scratch[2];
+    size_t estimate = 256, mostLines = 0;
     for (size_t i = 0; i < people.size(); ++i) {
-        estimate += head.size() + people[i].NameBytes + rule.size() + 1;
-        sets.candidates(people, i, candidates);
+        sets.candidates(people, i, candidates, scratch);
+        size_t lines = 0;
         for (size_t w = 0; w < sets.Words; ++w) {
-            estimate += static_cast<size_t>(std::popcount(candidates[w])) * usualLineBytes;
+            lines += static_cast<size_t>(std::popcount(candidates[w]));
             for (uint64_t wide = candidates[w] & sets.Wide[w]; wide != 0; wide &= wide - 1)
                 estimate += people[w * 64 + static_cast<size_t>(std::countr_zero(wide))].PaddedNameBytes - 40;
         }
+        estimate += head.size() + people[i].NameBytes + rule.size() + 1 + lines * (40 + usualBeside);
+        mostLines = std::max(mostLines, lines);
     }
+    estimate += mostLines * (anyBeside - usualBeside);
 
     Writer report;
     report.Text.resize(estimate);
@@ -426,29 +481,13 @@ std::string SeelenorakelReport() {
     for (size_t pi = 0; pi < people.size(); ++pi) {
         const Person& p = people[pi];
         // The points first, then the lines: neither loop waits on the other.
-        sets.candidates(people, pi, candidates);
+        sets.candidates(people, pi, candidates, scratch);
         const Section section = points(p, people, candidates, chosen.data(), scores.data(), retry.data());
         char* const start = report.room(head.size() + p.NameBytes + rule.size() + section.Bytes + 1);
         char* at = copy(start, heldHead.data(), head.size());
         at = copy(at, names.data() + p.NameAt, p.NameBytes);
         at = copy(at, heldRule.data(), rule.size());
-        for (size_t k = 0; k < section.Count; ++k) {
-            const Person& c = people[chosen[k]];
-            const char* name = names.data() + c.NameAt;
-            if (c.PaddedNameBytes <= 48) [[likely]] {
-                std::memcpy(at, name, 16);
-                std::memcpy(at + 16, name + 16, 16);
-                std::memcpy(at + 32, name + 32, 16);
-                at += c.PaddedNameBytes;
-            } else {
-                at = copy(at, name, c.PaddedNameBytes);
-            }
-            at = pointstext.write(at, scores[k]);
-            // The candidate's own demand speaks against this pairing.
-            const bool mark = c.WantsOtherSex & (p.Sex == c.Sex);
-            std::memcpy(at, mark ? " *\r" : "\r\0\0", 4);
-            at += mark ? 3 : 1;
-        }
+        at = lines(at, p, people, names.data(), chosen.data(), scores.data(), section.Count, pointstext);
         *at++ = '\r';
         report.Used += static_cast<size_t>(at - start);
     }
