@@ -1,5 +1,6 @@
 // Record store speed with 10,000 participants: loading the data file must stay under 50 ms; the dump
 // and a search for a missing name are shown beside it.
+#include "ratio.h"
 #include "shell/shell.h"
 #include "store/store.h"
 
@@ -19,8 +20,8 @@ namespace {
 constexpr int participants = 10000;
 // The machine is shared: each figure is the best of several repetitions.
 constexpr int repetitions = 7;
-double fastest(const std::vector<double>& times) {
-    return *std::min_element(times.begin(), times.end());
+void repeated(benchmark::internal::Benchmark* b) {
+    bench::repeated(b->Unit(benchmark::kMicrosecond), repetitions);
 }
 std::string dataFile;
 const std::string missingName = "Zacharias Nirgendwo";
@@ -89,10 +90,7 @@ void BM_LoadDataFile(benchmark::State& state) {
     }
     if (d_RecordsInTable(0) != participants) state.SkipWithError("load lost records");
 }
-BENCHMARK(BM_LoadDataFile)
-    ->Unit(benchmark::kMicrosecond)
-    ->Repetitions(repetitions)
-    ->ComputeStatistics("min", fastest);
+BENCHMARK(BM_LoadDataFile)->Apply(repeated);
 
 void BM_Dump(benchmark::State& state) {
     for (auto _ : state) {
@@ -100,57 +98,27 @@ void BM_Dump(benchmark::State& state) {
         benchmark::DoNotOptimize(text.data());
     }
 }
-BENCHMARK(BM_Dump)
-    ->Unit(benchmark::kMicrosecond)
-    ->Repetitions(repetitions)
-    ->ComputeStatistics("min", fastest);
+BENCHMARK(BM_Dump)->Apply(repeated);
 
 void BM_SearchMissing(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(d_SearchUniqueRecord(0, 0, missingName, false));
 }
-BENCHMARK(BM_SearchMissing)
-    ->Unit(benchmark::kMicrosecond)
-    ->Repetitions(repetitions)
-    ->ComputeStatistics("min", fastest);
-
-// Keeps each benchmark's best time per iteration over its repetitions.
-struct BestReporter : benchmark::ConsoleReporter {
-    std::map<std::string, double> perIteration;
-    std::map<std::string, double> cpuPerIteration;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            // Single repetitions, or their "min" aggregate when only aggregates are reported.
-            const bool single = run.run_type == Run::RT_Iteration;
-            const bool minimum = run.run_type == Run::RT_Aggregate && run.aggregate_name == "min";
-            if ((!single && !minimum) || run.iterations <= 0) continue;
-            const double time = run.real_accumulated_time / static_cast<double>(run.iterations);
-            const std::string name = run.run_name.function_name;
-            const auto known = perIteration.find(name);
-            if (known == perIteration.end() || time < known->second) perIteration[name] = time;
-            const double cpu = run.cpu_accumulated_time / static_cast<double>(run.iterations);
-            const auto knownCpu = cpuPerIteration.find(name);
-            if (knownCpu == cpuPerIteration.end() || cpu < knownCpu->second) cpuPerIteration[name] = cpu;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
+BENCHMARK(BM_SearchMissing)->Apply(repeated);
 
 } // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     setup();
-    BestReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     // Real time is the measure; the CPU time of the same runs is shown beside it, since others share the
     // machine.
     constexpr double budgetMs = 50;
-    if (const auto load = reporter.perIteration.find("BM_LoadDataFile");
-        load != reporter.perIteration.end()) {
+    if (const auto load = reporter.real.find("BM_LoadDataFile"); load != reporter.real.end()) {
         const double ms = load->second * 1e3;
         std::printf("load of %d participants: %.1f ms (cpu %.1f ms), budget %.0f ms %s\n", participants, ms,
-                    reporter.cpuPerIteration["BM_LoadDataFile"] * 1e3, budgetMs,
-                    ms < budgetMs ? "ok" : "MISSED");
+                    reporter.cpu["BM_LoadDataFile"] * 1e3, budgetMs, ms < budgetMs ? "ok" : "MISSED");
     }
     std::filesystem::remove_all(std::filesystem::path(dataFile).parent_path());
     benchmark::Shutdown();

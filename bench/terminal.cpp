@@ -4,6 +4,7 @@
 //   printing cannot avoid;
 // - a full-width t_ScrollUp against a memmove of the block.
 #include "display/display.h"
+#include "ratio.h"
 #include "shell/platform.h"
 #include "shell/shell.h"
 #include "terminal/terminal.h"
@@ -131,12 +132,10 @@ void BM_ScrollUp(benchmark::State& state) {
     }
 }
 
-// Five runs of each, and the fastest kept besides mean and median; the ratios take the fastest CPU
-// times, since on a shared machine wall time measures the neighbours as much as the code.
+// The ratios take the fastest CPU times, since on a shared machine wall time measures the neighbours as
+// much as the code.
 void repeated(benchmark::internal::Benchmark* b) {
-    b->Unit(benchmark::kMicrosecond)->Repetitions(5)->ReportAggregatesOnly(true);
-    b->ComputeStatistics("min",
-                         [](const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); });
+    bench::repeated(b->Unit(benchmark::kMicrosecond));
 }
 
 BENCHMARK(BM_MemsetBlock)->Apply(repeated);
@@ -145,35 +144,17 @@ BENCHMARK(BM_CopyScreenGlyphs)->Apply(repeated);
 BENCHMARK(BM_MemmoveBlock)->Apply(repeated);
 BENCHMARK(BM_ScrollUp)->Apply(repeated);
 
-class RatioReporter : public benchmark::ConsoleReporter {
-  public:
-    std::map<std::string, double> fastest;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "min")
-                fastest[run.run_name.function_name] = run.GetAdjustedCPUTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 } // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     installplatform();
     makewindow();
-    RatioReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    auto ratio = [&](const char* name, const char* base, double target) {
-        if (reporter.fastest.count(name) && reporter.fastest[base] > 0)
-            std::printf("%s / %s, fastest CPU time of each: %.2f (target at most %.1f)\n", name, base,
-                        reporter.fastest[name] / reporter.fastest[base], target);
-    };
-    ratio("BM_PrintScreen", "BM_MemsetBlock", 3.0);
-    if (reporter.fastest.count("BM_CopyScreenGlyphs") && reporter.fastest["BM_MemsetBlock"] > 0)
-        std::printf("BM_CopyScreenGlyphs / BM_MemsetBlock, fastest CPU time of each: %.2f (the copy alone)\n",
-                    reporter.fastest["BM_CopyScreenGlyphs"] / reporter.fastest["BM_MemsetBlock"]);
-    ratio("BM_ScrollUp", "BM_MemmoveBlock", 1.3);
+    bench::printratio(reporter, "BM_PrintScreen", "BM_MemsetBlock", " (target at most 3.0)", true);
+    bench::printratio(reporter, "BM_CopyScreenGlyphs", "BM_MemsetBlock", " (the copy alone)", true);
+    bench::printratio(reporter, "BM_ScrollUp", "BM_MemmoveBlock", " (target at most 1.3)", true);
     benchmark::Shutdown();
     return 0;
 }
