@@ -180,8 +180,8 @@ Person person(Int record, PieceNumbers& numbers, std::string& names) {
     if (characters < 40) names.append(static_cast<size_t>(40 - characters), ' ');
     p.PaddedNameBytes = names.size() - p.NameAt;
 
-    // Real answers are plain ASCII through the last demand: there the pieces are cut by bytes, which gives
-    // the same text without the character rules.
+    // Real answers are plain ASCII without a carriage return and reach the last demand: there the pieces
+    // are cut by bytes, which gives the same text without the character rules.
     const std::string_view attribute = *p.Attribute;
     if (attribute.size() >= static_cast<size_t>(posOtherSex - linePrefix) && onebytepercharacter(attribute)) {
         // The evaluation line from its blanks on, 1-based: line[position] is the character at position.
@@ -201,8 +201,8 @@ Person person(Int record, PieceNumbers& numbers, std::string& names) {
     return p;
 }
 
-// A distance cut towards zero. Only a hand-edited file brings distances beyond 2^53 (or infinities and
-// NaN); they are held there, so that four terms still add up without overflow.
+// A distance cut towards zero. Only a hand-edited file brings distances beyond 2^53 (a year of "9e99");
+// they are held there, so that four terms still add up without overflow.
 Int cut(double distance) {
     constexpr double limit = 9007199254740992.0;
     if (distance < limit) [[likely]]
@@ -443,7 +443,7 @@ std::string SeelenorakelReport() {
     std::string names;
     names.reserve(count * 48 + slack);
     for (Int record = 1; record <= Participants; ++record) people.push_back(person(record, numbers, names));
-    names.append(slack, ' '); // copy() reads up to 15 bytes past the last name
+    names.append(slack, ' '); // the name copies read up to 15 bytes past the last name
     const Sets sets(people, numbers.Count);
 
     // The head of a section around the name, held with the slack for copy().

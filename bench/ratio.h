@@ -27,7 +27,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
         for (const Run& run : runs) {
             const bool single = run.run_type == Run::RT_Iteration;
             const bool minimum = run.run_type == Run::RT_Aggregate && run.aggregate_name == "min";
-            if ((!single && !minimum) || run.iterations <= 0) continue;
+            if ((!single && !minimum) || run.error_occurred || run.iterations <= 0) continue;
             std::string name = run.run_name.function_name;
             if (!run.run_name.args.empty()) name += "/" + run.run_name.args;
             const auto iterations = static_cast<double>(run.iterations);
