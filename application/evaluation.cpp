@@ -10,11 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <list>
-#include <cstring>
 #include <cmath>
-#include <iterator>
 #include <cstdint>
+#include <cstring>
+#include <list>
 #include <string>
 #include <unordered_map>
 #include <vector>
