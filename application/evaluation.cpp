@@ -53,23 +53,9 @@ struct Person {
     const std::string* Attribute = nullptr;                // the store's cell, read in place
 };
 
-// A text of plain ASCII without a carriage return has one byte per character. Eight bytes at a time: a
-// carriage return is a zero byte after the exclusive or.
+// A text of plain ASCII without a carriage return has one byte per character.
 bool onebytepercharacter(std::string_view text) {
-    constexpr uint64_t ones = 0x0101010101010101u, highs = 0x8080808080808080u, returns = 0x0d0d0d0d0d0d0d0du;
-    uint64_t high = 0, zero = 0;
-    size_t i = 0;
-    for (; i + 8 <= text.size(); i += 8) {
-        uint64_t word;
-        std::memcpy(&word, text.data() + i, 8);
-        high |= word;
-        zero |= ((word ^ returns) - ones) & ~(word ^ returns) & highs;
-    }
-    for (; i < text.size(); ++i) {
-        high |= static_cast<unsigned char>(text[i]);
-        zero |= text[i] == '\r';
-    }
-    return (high & highs) == 0 && zero == 0;
+    return plainascii(text) && std::memchr(text.data(), '\r', text.size()) == nullptr;
 }
 
 // midstring of the evaluation line, for lines that aren't one byte per character or end early.
@@ -81,16 +67,6 @@ struct Line {
         return Held.emplace_back(midstring(Whole, position, length));
     }
 };
-
-// realfromstring, read at once where the piece is all digits.
-double number(std::string_view piece) {
-    Int value = 0;
-    for (char c : piece) {
-        if (c < '0' || c > '9') return realfromstring(piece);
-        value = value * 10 + (c - '0');
-    }
-    return static_cast<double>(value);
-}
 
 // Numbers 0, 1, ... for piece texts: one byte is its own entry, longer or empty pieces are looked up.
 struct PieceNumbers {
@@ -122,15 +98,15 @@ template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piec
 
     // Each step is one rounded double operation in the written order; the build forbids contraction
     // into fused multiply-adds, which would change the points.
-    const double y = number(piece(posYear, 4));
-    const double m = number(piece(posMonth, 2));
-    const double d = number(piece(posDay, 2));
+    const double y = realfromstring(piece(posYear, 4));
+    const double m = realfromstring(piece(posMonth, 2));
+    const double d = realfromstring(piece(posDay, 2));
     const bool female = sex == "1";
     p.Birth = ((y - 1900) * 365 + m * 30.4 + d) / 365;
     if (female) p.Birth = p.Birth * 1.15;
-    p.Size = number(piece(posSize, 3));
+    p.Size = realfromstring(piece(posSize, 3));
     if (female) p.Size = p.Size * 1.05;
-    p.Weight = number(piece(posWeight, 3));
+    p.Weight = realfromstring(piece(posWeight, 3));
     if (female) p.Weight = p.Weight * 1.15;
 }
 

@@ -139,9 +139,11 @@ Int integerfrombytes(const Text& bytes) {
 double realfromstring(std::string_view s) {
     const bool negative = !s.empty() && s[0] == '-';
     const std::string_view r = negative ? s.substr(1) : s;
-    // p as a 0-based offset: the first non-digit, or the end.
+    // p as a 0-based offset: the first non-digit, or the end. Leading digits are the integer part as
+    // integerfrombytes reads it, wrapping alike; only other starts go through it.
     size_t p = 0;
-    while (p < r.size() && isdigit(r[p])) ++p;
+    uint64_t whole = 0;
+    for (; p < r.size() && isdigit(r[p]); ++p) whole = whole * 10 + static_cast<uint64_t>(r[p] - '0');
     double value = 0;
     if (p + 1 < r.size() && (r[p] == ',' || r[p] == '.')) {
         size_t end = p + 1;
@@ -153,7 +155,7 @@ double realfromstring(std::string_view s) {
         }
         p = end;
     }
-    value += static_cast<double>(integerfrombytes(r));
+    value += static_cast<double>(p > 0 || r.empty() ? static_cast<Int>(whole) : integerfrombytes(r));
     if (p < r.size() && (r[p] == 'e' || r[p] == 'E')) {
         const Int power = integerfrombytes(r.substr(p + 1));
         // Stops once the value is 0 or infinite, where more steps change nothing.

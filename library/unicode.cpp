@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
+#include <cstring>
 
 namespace {
 
@@ -15,10 +17,17 @@ bool validscalar(Int c) {
 
 } // namespace
 
+// Eight bytes at a time: a byte of 0x80 or above sets its word's high bit.
 bool plainascii(std::string_view s) {
-    unsigned char any = 0;
-    for (char c : s) any |= static_cast<unsigned char>(c);
-    return any < 0x80;
+    uint64_t any = 0;
+    size_t i = 0;
+    for (; i + 8 <= s.size(); i += 8) {
+        uint64_t word;
+        std::memcpy(&word, s.data() + i, 8);
+        any |= word;
+    }
+    for (; i < s.size(); ++i) any |= static_cast<unsigned char>(s[i]);
+    return (any & 0x8080808080808080u) == 0;
 }
 
 Int nextscalar(std::string_view s, size_t& i) {
