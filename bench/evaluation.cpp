@@ -7,11 +7,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <algorithm>
-#include <cstdint>
 #include <random>
 #include <string>
 
@@ -73,12 +74,18 @@ double seconds(std::chrono::steady_clock::time_point since) {
 }
 
 // Printing scrolls the window for every line, so the 1,000-participant report (a million lines) is
-// printed in part and the whole figure worked out from its lines.
+// printed in part and the whole figure worked out from its lines. Building counts its fastest of five, so
+// that the first build's setup doesn't count.
 void printing(Int participants, size_t lineLimit) {
     fillstore(participants);
+    std::string report;
+    double built = HUGE_VAL;
+    for (int i = 0; i < 5; ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        report = SeelenorakelReport();
+        built = std::min(built, seconds(start));
+    }
     auto start = std::chrono::steady_clock::now();
-    const std::string report = SeelenorakelReport();
-    const double built = seconds(start);
     size_t lines = 0, cut = 0;
     for (; cut < report.size() && lines < lineLimit; ++cut)
         if (report[cut] == '\r') ++lines;
@@ -88,10 +95,10 @@ void printing(Int participants, size_t lineLimit) {
     t_Print(benchwindow::window, std::string_view(report).substr(0, cut));
     const double printed = seconds(start) * static_cast<double>(allLines) / static_cast<double>(lines);
     std::printf(
-        "print / build, %lld participants (%zu lines%s): %.1f (%.2f s against %.3f s)\n",
+        "print / build, %lld participants (%zu lines%s): %.1f (%.2f s against %.3f ms)\n",
         static_cast<long long>(participants), allLines,
         (lines < allLines ? ", worked out from the first " + std::to_string(lines) : std::string()).c_str(),
-        printed / built, printed, built);
+        printed / built, printed, built * 1e3);
 }
 
 } // namespace
