@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace bench {
@@ -22,6 +23,8 @@ inline void repeated(benchmark::internal::Benchmark* b, int repetitions = 5) {
 // single run, or the "min" of repeated runs.
 class RatioReporter : public benchmark::ConsoleReporter {
   public:
+    // Colours only on a terminal: logs and pipes get the plain table.
+    RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_ColorTabular : OO_Tabular) {}
     std::map<std::string, double> real, cpu;
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
