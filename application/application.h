@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "library/library.h"
@@ -38,5 +40,11 @@ void SeelenorakelInput();
 // Days of the month in that year; 0 for a month that doesn't exist or a year below 1.
 Int t_DaysInMonth(Int month, Int year);
 void SeelenorakelEvaluation();
-// The evaluation's report of the stored participants, as SeelenorakelEvaluation prints it.
-std::string SeelenorakelReport();
+// The evaluation's report of the stored participants, as SeelenorakelEvaluation prints it. Its bytes are
+// written once, without the zero fill a std::string gets before it can be written in place.
+struct Report {
+    std::unique_ptr<char[]> Bytes;
+    size_t Size = 0;
+    std::string_view text() const { return {Bytes.get(), Size}; }
+};
+Report SeelenorakelReport();

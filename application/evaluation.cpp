@@ -36,19 +36,29 @@ constexpr Int digitPosition(Int k) {
 // A copy of the report may run up to this many bytes past what it keeps, and read as many past its source.
 constexpr size_t slack = 32;
 
-// Eight digits side by side; a digit is 0 to 9, so a lane's sum of six squares stays far below 2^15.
-using Lanes = int16_t __attribute__((vector_size(16)));
+// Eight digits side by side, counted modulo 2^16: no sum below comes near it.
+using Lanes = uint16_t __attribute__((vector_size(16)));
 using Words = uint64_t __attribute__((vector_size(16)));
-constexpr size_t laneGroups = 6; // the 43 digits and 5 zeros
+using Doubles = double __attribute__((vector_size(16)));
+using Pair = int32_t __attribute__((vector_size(8)));
+constexpr size_t laneGroups = 6; // the 43 digits and 5 more lanes
+
+// The sum of the lanes, as four 16-bit fields of two 64-bit words.
+inline Int lanesum(Lanes lanes) {
+    const Words halves = reinterpret_cast<Words>(lanes);
+    return static_cast<Int>(((halves[0] + halves[1]) * 0x0001000100010001u) >> 48);
+}
 
 // What a person's line gives, worked out once per person rather than once per pair: the pieces and values
 // are the same whichever partner they are compared with. Pieces compared between people are held as
 // numbers that stand for their text.
 struct Person {
     Lanes Digits[laneGroups] = {};
+    Int Squares = 0; // the sum of the squared digits
     double Birth = 0, Size = 0, Weight = 0;
     int Sex = 0, Religion = 0;
     bool WantsUnmarried = false, WantsSameReligion = false, WantsOtherSex = false, Married = false;
+    bool Unusual = false; // a size or weight too far out for the lanes of the points loop
     size_t NameAt = 0, NameBytes = 0, PaddedNameBytes = 0; // in the text of all padded names
     const std::string* Attribute = nullptr;                // the store's cell, read in place
 };
@@ -86,6 +96,16 @@ struct PieceNumbers {
     }
 };
 
+// realfromstring of a piece, quicker where it is all digits: then it is their value.
+double number(std::string_view piece) {
+    Int value = 0;
+    for (const char c : piece) {
+        if (c < '0' || c > '9') return realfromstring(piece);
+        value = value * 10 + (c - '0');
+    }
+    return static_cast<double>(value);
+}
+
 // The values of a person's line, with piece(position, length) as midstring of the evaluation line.
 template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piece) {
     const std::string_view sex = piece(posSex, 1);
@@ -98,15 +118,15 @@ template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piec
 
     // Each step is one rounded double operation in the written order; the build forbids contraction
     // into fused multiply-adds, which would change the points.
-    const double y = realfromstring(piece(posYear, 4));
-    const double m = realfromstring(piece(posMonth, 2));
-    const double d = realfromstring(piece(posDay, 2));
+    const double y = number(piece(posYear, 4));
+    const double m = number(piece(posMonth, 2));
+    const double d = number(piece(posDay, 2));
     const bool female = sex == "1";
     p.Birth = ((y - 1900) * 365 + m * 30.4 + d) / 365;
     if (female) p.Birth = p.Birth * 1.15;
-    p.Size = realfromstring(piece(posSize, 3));
+    p.Size = number(piece(posSize, 3));
     if (female) p.Size = p.Size * 1.05;
-    p.Weight = realfromstring(piece(posWeight, 3));
+    p.Weight = number(piece(posWeight, 3));
     if (female) p.Weight = p.Weight * 1.15;
 }
 
@@ -115,9 +135,10 @@ template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piec
 template <typename Piece> void readdigits(Person& p, Piece piece) {
     for (Int k = 0; k < digitPositions; ++k) {
         const std::string_view digit = piece(digitPosition(k), 1);
-        p.Digits[k / 8][k % 8] =
-            static_cast<int16_t>(digit.size() == 1 ? (digit[0] >= '0' && digit[0] <= '9' ? digit[0] - '0' : 0)
-                                                   : integerfrombytes(digit));
+        // A character holds one digit at most, with marks that don't count: 0 to 9 in any case.
+        p.Digits[k / 8][k % 8] = static_cast<uint16_t>(
+            digit.size() == 1 ? (digit[0] >= '0' && digit[0] <= '9' ? digit[0] - '0' : 0)
+                              : integerfrombytes(digit));
     }
 }
 
@@ -127,13 +148,16 @@ void readdigitbytes(Person& p, const char* line) {
     std::memcpy(bytes, line + posStatus, runOfDigits);
     bytes[runOfDigits] = static_cast<unsigned char>(line[posReligion]);
     bytes[runOfDigits + 1] = static_cast<unsigned char>(line[posReligion + 1]);
-    int16_t digits[48];
+    uint16_t digits[48];
     for (size_t k = 0; k < 48; ++k) {
         const auto value = static_cast<unsigned char>(bytes[k] - '0');
-        digits[k] = static_cast<int16_t>(value < 10 ? value : 0);
+        digits[k] = static_cast<uint16_t>(value < 10 ? value : 0);
     }
     std::memcpy(p.Digits, digits, sizeof digits);
 }
+
+// Sizes and weights from here on are left to the slow way: their distances would not fit a lane.
+constexpr double farOut = 8192;
 
 // A cell of the participant table, read in place; the store keeps it while the report is made.
 const std::string& cell(Int record, Int field) {
@@ -173,6 +197,10 @@ Person person(Int record, PieceNumbers& numbers, std::string& names) {
         read(p, numbers, piece);
         readdigits(p, piece);
     }
+    Lanes squares = {};
+    for (const Lanes& group : p.Digits) squares += group * group;
+    p.Squares = lanesum(squares);
+    p.Unusual |= !(std::fabs(p.Size) < farOut && std::fabs(p.Weight) < farOut);
     return p;
 }
 
@@ -185,57 +213,83 @@ Int cut(double distance) {
     return distance >= limit ? static_cast<Int>(limit) : 0;
 }
 
-// trunc(pow(x, 1.2)) by a table for the ages people have. x^1.2 reaches n at the threshold n^(1/1.2);
-// a quarter of a year passes at most one threshold, so each quarter holds the count below it and the
-// threshold within it, if any. pow errs by an ulp at most, so it agrees with the table except within a
-// hair of a threshold, and there pow itself is asked.
+// trunc(pow(x, 1.2)) by a table for the distances people have. Its whole part reaches n at a threshold, the
+// least double with pow(x, 1.2) >= n, found by asking pow around n^(1/1.2). A quarter of a year passes at
+// most one threshold, so each quarter holds the count below it and the threshold within it, if any. pow
+// errs by less than an ulp, so it can only waver within two ulps of a threshold; the table checks four on
+// either side, and where pow wavers there, or beyond the table, it sends the pair to pow.
 struct PowerTable {
     static constexpr int perYear = 4, years = 384, last = perYear * years; // the last quarter: all beyond
-    static constexpr double hair = 1e-12;
+    static constexpr Int ask = -(Int{1} << 48); // a count that makes the points negative
     struct Quarter {
-        // Around the threshold within, or infinite where none lies within; NaN where pow must be asked:
-        // a threshold near an edge, or beyond the table.
-        double Low, High;
+        double Threshold; // or infinite where none lies within
         Int Below;
     };
     std::vector<Quarter> Quarters;
+    static bool reached(double x, Int n) { return std::pow(x, 1.2) >= static_cast<double>(n); }
+    static double threshold(Int n) {
+        double x = std::pow(static_cast<double>(n), 1 / 1.2);
+        while (!reached(x, n)) x = std::nextafter(x, HUGE_VAL);
+        while (reached(std::nextafter(x, 0.0), n)) x = std::nextafter(x, 0.0);
+        return x;
+    }
+    static bool steady(double t, Int n) {
+        double up = t, down = t;
+        for (int i = 0; i < 4; ++i) {
+            up = std::nextafter(up, HUGE_VAL);
+            down = std::nextafter(down, 0.0);
+            if (!reached(up, n) || reached(down, n)) return false;
+        }
+        return true;
+    }
     PowerTable() {
-        auto threshold = [](Int n) { return std::pow(static_cast<double>(n), 1 / 1.2); };
+        std::vector<double> thresholds = {0}; // thresholds[n] for n = 1, 2, ...
+        std::vector<bool> steadies = {true};
+        auto ensure = [&](Int n) {
+            while (static_cast<Int>(thresholds.size()) <= n) {
+                const Int m = static_cast<Int>(thresholds.size());
+                thresholds.push_back(threshold(m));
+                steadies.push_back(steady(thresholds.back(), m));
+            }
+        };
         Int n = 0; // thresholds 1 to n lie at or below the quarter's start
         for (int i = 0; i < last; ++i) {
             const double start = static_cast<double>(i) / perYear, end = static_cast<double>(i + 1) / perYear;
-            while (threshold(n + 1) <= start) ++n;
-            const double next = threshold(n + 1);
-            const bool atEdge = (n > 0 && threshold(n) > start * (1 - 2 * hair)) ||
-                                next < start * (1 + 2 * hair) || std::fabs(next - end) < end * 2 * hair ||
-                                threshold(n + 2) < end * (1 + 2 * hair);
-            if (atEdge)
-                Quarters.push_back({NAN, NAN, n});
-            else if (next < end)
-                Quarters.push_back({next * (1 - 2 * hair), next * (1 + 2 * hair), n});
+            ensure(n + 2);
+            while (thresholds[static_cast<size_t>(n + 1)] <= start) ensure(++n + 2);
+            const auto at = static_cast<size_t>(n);
+            const double next = thresholds[at + 1];
+            const bool clear =
+                steadies[at] && steadies[at + 1] && steadies[at + 2] && thresholds[at + 2] >= end;
+            if (!clear)
+                Quarters.push_back({HUGE_VAL, ask});
             else
-                Quarters.push_back({HUGE_VAL, HUGE_VAL, n});
+                Quarters.push_back({next < end ? next : HUGE_VAL, n});
         }
-        Quarters.push_back({NAN, NAN, 0});
+        Quarters.push_back({HUGE_VAL, ask});
     }
-    // The whole part of x^1.2 for a distance x, or false where pow must be asked.
-    bool powertrunc(double x, Int& whole) const {
+    // The whole part of x^1.2 for a distance x, or a negative number where pow must be asked.
+    Int powertrunc(double x) const {
         const double quarters = x * perYear; // NaN and all beyond go to the last quarter
         const Quarter& q = Quarters[static_cast<size_t>(static_cast<int>(quarters < last ? quarters : last))];
-        whole = q.Below + (x >= q.High);
-        return (x < q.Low) | (x >= q.High);
+        return q.Below + (x >= q.Threshold);
     }
 };
 
 // The report is written through a cursor into a text grown ahead, so that a line costs a few fixed-size
 // copies rather than appends that each check the room.
 struct Writer {
-    std::string Text;
-    size_t Used = 0;
+    Report Text;
+    size_t Room = 0, Used = 0;
     // Room for `bytes` more, and the slack beyond them.
     char* room(size_t bytes) {
-        if (Used + bytes + slack > Text.size()) Text.resize(std::max(Used + bytes + slack, Text.size() * 2));
-        return Text.data() + Used;
+        if (Used + bytes + slack > Room) [[unlikely]] {
+            Room = std::max(Used + bytes + slack, Room * 2);
+            std::unique_ptr<char[]> grown = std::make_unique_for_overwrite<char[]>(Room);
+            if (Used > 0) std::memcpy(grown.get(), Text.Bytes.get(), Used);
+            Text.Bytes = std::move(grown);
+        }
+        return Text.Bytes.get() + Used;
     }
     void put(std::string_view s) {
         std::memcpy(room(s.size()), s.data(), s.size());
@@ -336,15 +390,66 @@ struct PointsTexts {
     }
 };
 
-// The sum of the squared differences of two people's digits, written out so that p's digits stay in
-// registers. The eight lanes are summed as four 16-bit fields of two 64-bit words: no sum comes near 2^16.
-inline Int squaredistance(const Person& p, const Person& c) {
-    const Lanes *a = p.Digits, *b = c.Digits;
-    const Lanes d0 = a[0] - b[0], d1 = a[1] - b[1], d2 = a[2] - b[2], d3 = a[3] - b[3], d4 = a[4] - b[4],
-                d5 = a[5] - b[5];
-    const Words halves = reinterpret_cast<Words>(d0 * d0 + d1 * d1 + d2 * d2 + d3 * d3 + d4 * d4 + d5 * d5);
-    return static_cast<Int>(((halves[0] + halves[1]) * 0x0001000100010001u) >> 48);
+// The sum of the squared differences of two people's digits.
+Int squaredistance(const Person& p, const Person& c) {
+    Lanes sum = {};
+    for (size_t g = 0; g < laneGroups; ++g) {
+        const Lanes d = p.Digits[g] - c.Digits[g];
+        sum += d * d;
+    }
+    return lanesum(sum);
 }
+
+// The points of a pair the slow way, for what the loop below can't take.
+Int score(const Person& p, const Person& c) {
+    return cut(std::pow(std::fabs(p.Birth - c.Birth), 1.2)) + squaredistance(p, c) +
+           cut(std::fabs(p.Size - c.Size)) + cut(std::fabs(p.Weight - c.Weight));
+}
+
+// A person as the points loop reads a candidate. The sum of squared digit differences is worked out as
+// a sum of products: sum (c - p)^2 = sum c^2 - 18 sum c + 3483 + sum c (18 - 2 p) + sum p^2 - 3483, where
+// 3483 = 43 * 81 keeps the candidate's own part, held in the lane after the digits, from going below 0.
+// So each lane's products and the whole sum stay below 2^16, with the size and weight added.
+constexpr Int ownLane = digitPositions, ownOffset = digitPositions * 81;
+struct alignas(64) Row {
+    Lanes Digits[laneGroups];
+    Doubles SizeWeight;
+    double Birth; // NaN for an unusual person, so that every pair with them goes the slow way
+};
+
+Row row(const Person& p) {
+    Row r;
+    Lanes sum = {};
+    for (size_t g = 0; g < laneGroups; ++g) {
+        r.Digits[g] = p.Digits[g];
+        sum += p.Digits[g];
+    }
+    r.Digits[ownLane / 8][ownLane % 8] = static_cast<uint16_t>(p.Squares - 18 * lanesum(sum) + ownOffset);
+    // Zeros keep the loop's conversions in range; the pair's points are made the slow way anyway.
+    r.SizeWeight = p.Unusual ? Doubles{} : Doubles{p.Size, p.Weight};
+    r.Birth = p.Unusual ? NAN : p.Birth;
+    return r;
+}
+
+// The weights of p's digits: 18 - 2 p, and 1 for the candidate's own part.
+struct Weighting {
+    Lanes Base[laneGroups]; // 18 for a digit, 1 for the own part
+    Weighting() {
+        for (size_t k = 0; k < laneGroups * 8; ++k)
+            Base[k / 8][k % 8] = static_cast<uint16_t>(k < digitPositions ? 18 : k == ownLane);
+    }
+};
+void weights(const Person& p, Lanes (&weight)[laneGroups]) {
+    static const Weighting weighting;
+    for (size_t g = 0; g < laneGroups; ++g) weight[g] = weighting.Base[g] - 2 * p.Digits[g];
+}
+
+// What the lines need of a candidate.
+struct Label {
+    const char* Name; // padded, with `slack` bytes behind it
+    uint32_t PaddedNameBytes;
+    int32_t MarkSex; // the candidate's sex where they want the other one, else -1
+};
 
 // A person's candidates with their points, and room enough for their lines.
 struct Section {
@@ -352,46 +457,52 @@ struct Section {
 };
 
 // The points of p against each candidate in the set, in record order: their indices go to `chosen`, the
-// points to `scores`. `retry` is room for as many indices.
-Section points(const Person& p, const std::vector<Person>& people, const Set& candidates, uint32_t* chosen,
-               Int* scores, uint32_t* retry) {
+// points to `scores`.
+Section points(size_t pi, const std::vector<Person>& people, const Row* rows, size_t widest,
+               const Set& candidates, uint32_t* chosen, Int* scores) {
     static const PowerTable power;
-    const double birth = p.Birth, size = p.Size, weight = p.Weight;
     Section section;
-    size_t retries = 0;
-    for (size_t w = 0; w < candidates.size(); ++w) {
-        for (uint64_t bits = candidates[w]; bits != 0; bits &= bits - 1) {
-            const size_t k = section.Count++;
-            chosen[k] = static_cast<uint32_t>(w * 64 + static_cast<size_t>(std::countr_zero(bits)));
-            const Person& c = people[chosen[k]];
-            const Int digits = squaredistance(p, c);
-            Int first;
-            const bool sure = power.powertrunc(std::fabs(birth - c.Birth), first);
-            scores[k] = (sure ? first : 0) + digits + cut(std::fabs(size - c.Size)) +
-                        cut(std::fabs(weight - c.Weight));
-            // Without a branch here the loop holds p's digits in registers; pow comes after it.
-            retry[retries] = static_cast<uint32_t>(k);
-            retries += !sure;
-            section.Bytes += c.PaddedNameBytes;
-        }
+    for (size_t w = 0; w < candidates.size(); ++w)
+        for (uint64_t bits = candidates[w]; bits != 0; bits &= bits - 1)
+            chosen[section.Count++] =
+                static_cast<uint32_t>(w * 64 + static_cast<size_t>(std::countr_zero(bits)));
+    section.Bytes = section.Count * (widest + anyBeside);
+
+    const Person& p = people[pi];
+    Lanes weight[laneGroups];
+    weights(p, weight);
+    const Lanes w0 = weight[0], w1 = weight[1], w2 = weight[2], w3 = weight[3], w4 = weight[4],
+                w5 = weight[5];
+    const Words magnitude = {~uint64_t{0} >> 1, ~uint64_t{0} >> 1};
+    const Doubles sizeweight = rows[pi].SizeWeight;
+    const double birth = rows[pi].Birth;
+    const Int own = p.Squares - ownOffset;
+    Int unsure = 0;
+    for (size_t k = 0; k < section.Count; ++k) {
+        const Row& c = rows[chosen[k]];
+        Lanes sum = c.Digits[0] * w0 + c.Digits[1] * w1 + c.Digits[2] * w2 + c.Digits[3] * w3 +
+                    c.Digits[4] * w4 + c.Digits[5] * w5;
+        // Size and weight: the two distances cut to integers, below 2^14 each, added as lanes.
+        const Doubles apart =
+            reinterpret_cast<Doubles>(reinterpret_cast<Words>(sizeweight - c.SizeWeight) & magnitude);
+        const Pair cuts = __builtin_convertvector(apart, Pair);
+        sum += reinterpret_cast<Lanes>(__builtin_shufflevector(cuts, Pair{}, 0, 1, 2, 3));
+        scores[k] = own + lanesum(sum) + power.powertrunc(std::fabs(birth - c.Birth));
+        unsure |= scores[k];
     }
-    for (size_t r = 0; r < retries; ++r) {
-        const size_t k = retry[r];
-        scores[k] += cut(std::pow(std::fabs(birth - people[chosen[k]].Birth), 1.2));
-    }
-    section.Bytes += section.Count * anyBeside;
+    // Without a branch in the loop it holds p's weights in registers; the slow way comes after it.
+    if (unsure < 0)
+        for (size_t k = 0; k < section.Count; ++k)
+            if (scores[k] < 0) scores[k] = score(p, people[chosen[k]]);
     return section;
 }
 
 // The candidate lines of p's section, written at `at` with room for all; gives their end.
-char* lines(char* at, const Person& p, const std::vector<Person>& people, const char* names,
-            const uint32_t* chosen, const Int* scores, size_t count, PointsTexts& pointstext) {
-    // The line's end, and the candidate's mark before it where the candidate's own demand speaks against
-    // this pairing: picked by index, since whether it stands follows no pattern a branch could learn.
-    static constexpr char ends[2][4] = {{'\r'}, {' ', '*', '\r'}};
+char* lines(char* at, const Person& p, const Label* labels, const uint32_t* chosen, const Int* scores,
+            size_t count, PointsTexts& pointstext) {
     for (size_t k = 0; k < count; ++k) {
-        const Person& c = people[chosen[k]];
-        const char* name = names + c.NameAt;
+        const Label& c = labels[chosen[k]];
+        const char* name = c.Name;
         if (c.PaddedNameBytes <= 48) [[likely]] {
             std::memcpy(at, name, 16);
             std::memcpy(at + 16, name + 16, 16);
@@ -401,8 +512,11 @@ char* lines(char* at, const Person& p, const std::vector<Person>& people, const 
             at = copy(at, name, c.PaddedNameBytes);
         }
         at = pointstext.write(at, scores[k]);
-        const bool mark = c.WantsOtherSex & (p.Sex == c.Sex);
-        std::memcpy(at, ends[mark], 4);
+        // The line's end, and the candidate's mark before it where the candidate's own demand speaks
+        // against this pairing: chosen without a branch, since it follows no pattern a branch could learn.
+        const bool mark = c.MarkSex == p.Sex;
+        const uint32_t end = mark ? ' ' | '*' << 8 | '\r' << 16 : '\r';
+        std::memcpy(at, &end, 4);
         at += 1 + 2 * mark;
     }
     return at;
@@ -410,7 +524,7 @@ char* lines(char* at, const Person& p, const std::vector<Person>& people, const 
 
 } // namespace
 
-std::string SeelenorakelReport() {
+Report SeelenorakelReport() {
     const size_t count = static_cast<size_t>(std::max<Int>(Participants, 0));
     std::vector<Person> people;
     people.reserve(count);
@@ -420,6 +534,16 @@ std::string SeelenorakelReport() {
     for (Int record = 1; record <= Participants; ++record) people.push_back(person(record, numbers, names));
     names.append(slack, ' '); // the name copies read up to 15 bytes past the last name
     const Sets sets(people, numbers.Count);
+    std::vector<Row> rows(people.size());
+    std::vector<Label> labels(people.size());
+    size_t widest = 40;
+    for (size_t i = 0; i < people.size(); ++i) {
+        const Person& c = people[i];
+        rows[i] = row(c);
+        labels[i] = {names.data() + c.NameAt, static_cast<uint32_t>(c.PaddedNameBytes),
+                     c.WantsOtherSex ? c.Sex : -1};
+        widest = std::max(widest, c.PaddedNameBytes);
+    }
 
     // The head of a section around the name, held with the slack for copy().
     const std::string_view head = "Auswertung für ";
@@ -441,10 +565,10 @@ std::string SeelenorakelReport() {
         estimate += head.size() + people[i].NameBytes + rule.size() + 1 + lines * (40 + usualBeside);
         mostLines = std::max(mostLines, lines);
     }
-    estimate += mostLines * (anyBeside - usualBeside);
+    estimate += mostLines * (widest - 40 + anyBeside - usualBeside);
 
     Writer report;
-    report.Text.resize(estimate);
+    report.room(estimate);
     report.put("Seelenorakel Auswertung\r");
     report.put(std::string(23, '='));
     report.put("\r\r");
@@ -452,17 +576,17 @@ std::string SeelenorakelReport() {
     thread_local PointsTexts pointstext;
     std::vector<uint32_t> chosen(people.size());
     std::vector<Int> scores(people.size());
-    std::vector<uint32_t> retry(people.size());
     for (size_t pi = 0; pi < people.size(); ++pi) {
         const Person& p = people[pi];
         // The points first, then the lines: neither loop waits on the other.
         sets.candidates(people, pi, candidates, scratch);
-        const Section section = points(p, people, candidates, chosen.data(), scores.data(), retry.data());
+        const Section section =
+            points(pi, people, rows.data(), widest, candidates, chosen.data(), scores.data());
         char* const start = report.room(head.size() + p.NameBytes + rule.size() + section.Bytes + 1);
         char* at = copy(start, heldHead.data(), head.size());
         at = copy(at, names.data() + p.NameAt, p.NameBytes);
         at = copy(at, heldRule.data(), rule.size());
-        at = lines(at, p, people, names.data(), chosen.data(), scores.data(), section.Count, pointstext);
+        at = lines(at, p, labels.data(), chosen.data(), scores.data(), section.Count, pointstext);
         *at++ = '\r';
         report.Used += static_cast<size_t>(at - start);
     }
@@ -474,7 +598,7 @@ std::string SeelenorakelReport() {
     }
     report.put("Je kleiner die Punktzahl, umso besser die Übereinstimmung.\r");
     report.put("*: Es wird das andere Geschlecht bevorzugt.\r");
-    report.Text.resize(report.Used);
+    report.Text.Size = report.Used;
     return std::move(report.Text);
 }
 
@@ -486,8 +610,8 @@ void SeelenorakelEvaluation() {
         t_Print(window, "um eine Auswertung erstellen zu können.");
         return;
     }
-    const std::string report = SeelenorakelReport();
-    t_Print(window, report);
-    setpasteboardstring(report);
+    const Report report = SeelenorakelReport();
+    t_Print(window, report.text());
+    setpasteboardstring(report.text());
     NameBuffer = "ende";
 }

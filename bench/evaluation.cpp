@@ -46,19 +46,19 @@ void BM_Report(benchmark::State& state) {
     fillstore(state.range(0));
     size_t bytes = 0;
     for (auto _ : state) {
-        const std::string report = SeelenorakelReport();
-        bytes = report.size();
-        benchmark::DoNotOptimize(report.data());
+        const Report report = SeelenorakelReport();
+        bytes = report.Size;
+        benchmark::DoNotOptimize(report.Bytes.get());
     }
     state.counters["bytes"] = static_cast<double>(bytes);
 }
 
 void BM_CopyReportSize(benchmark::State& state) {
     fillstore(state.range(0));
-    const std::string report = SeelenorakelReport();
-    std::string copy(report.size(), ' ');
+    const Report report = SeelenorakelReport();
+    std::string copy(report.Size, ' ');
     for (auto _ : state) {
-        std::memcpy(copy.data(), report.data(), report.size());
+        std::memcpy(copy.data(), report.Bytes.get(), report.Size);
         benchmark::ClobberMemory();
     }
 }
@@ -78,13 +78,14 @@ double seconds(std::chrono::steady_clock::time_point since) {
 // that the first build's setup doesn't count.
 void printing(Int participants, size_t lineLimit) {
     fillstore(participants);
-    std::string report;
+    Report made;
     double built = HUGE_VAL;
     for (int i = 0; i < 5; ++i) {
         const auto start = std::chrono::steady_clock::now();
-        report = SeelenorakelReport();
+        made = SeelenorakelReport();
         built = std::min(built, seconds(start));
     }
+    const std::string_view report = made.text();
     auto start = std::chrono::steady_clock::now();
     size_t lines = 0, cut = 0;
     for (; cut < report.size() && lines < lineLimit; ++cut)
@@ -92,7 +93,7 @@ void printing(Int participants, size_t lineLimit) {
     const size_t allLines = static_cast<size_t>(std::count(report.begin(), report.end(), '\r'));
     t_CursorHome(benchwindow::window);
     start = std::chrono::steady_clock::now();
-    t_Print(benchwindow::window, std::string_view(report).substr(0, cut));
+    t_Print(benchwindow::window, report.substr(0, cut));
     const double printed = seconds(start) * static_cast<double>(allLines) / static_cast<double>(lines);
     std::printf(
         "print / build, %lld participants (%zu lines%s): %.1f (%.2f s against %.3f ms)\n",

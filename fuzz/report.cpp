@@ -108,7 +108,7 @@ int fuzzreport(const uint8_t* data, size_t size) {
         d_SetData(ParticipantTable, record, FieldAttribute, answers);
     }
     Participants = d_RecordsInTable(ParticipantTable);
-    if (SeelenorakelReport() != plainreport()) __builtin_trap();
+    if (SeelenorakelReport().text() != plainreport()) __builtin_trap();
     // The buffers hold the last person in hand.
     if (NameBuffer != d_GetData(ParticipantTable, Participants, FieldName) ||
         AttributeBuffer != std::string(38, ' ') + d_GetData(ParticipantTable, Participants, FieldAttribute))

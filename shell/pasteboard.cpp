@@ -2,9 +2,9 @@
 #include "shell/shell.h"
 
 // The platform's pasteboard belongs to the main thread; the program thread reaches it through here.
-void setpasteboardstring(const std::string& text) {
+void setpasteboardstring(std::string_view text) {
     // Our texts end their lines with carriage returns; other programs on this desktop expect line feeds.
-    std::string desktop = text;
+    std::string desktop(text);
     for (char& c : desktop)
         if (c == '\r') c = '\n';
     t_RunOnMainThread([&] {

@@ -154,8 +154,8 @@ void applicationDidFinishLaunching(const std::function<void()>& program);
 void applicationDidFinishLaunching();
 
 // The general pasteboard from any thread: the calls cross to the main thread.
-void setpasteboardstring(const std::string& text); // clears it, then puts the text on it
-std::string pasteboardstring();                    // empty when it holds no text
+void setpasteboardstring(std::string_view text); // clears it, then puts the text on it
+std::string pasteboardstring();                  // empty when it holds no text
 
 // The steps of t_InitMemory that belong to the menus and to the pasteboard window, after the window table.
 void t_InitMemoryMenus();

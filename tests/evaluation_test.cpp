@@ -16,7 +16,7 @@ using testsupport::People;
 
 std::string report(const People& people) {
     testsupport::participants(people);
-    return SeelenorakelReport();
+    return std::string(SeelenorakelReport().text());
 }
 
 const std::string title = "Seelenorakel Auswertung\r=======================\r\r";
