@@ -63,9 +63,22 @@ struct Person {
     const std::string* Attribute = nullptr;                // the store's cell, read in place
 };
 
-// A text of plain ASCII without a carriage return has one byte per character.
+// A text of plain ASCII without a carriage return has one byte per character. Longer texts are looked at
+// sixteen bytes at a time, the last sixteen overlapping; a carriage return compares to all ones, which
+// shows in the same bit as a byte beyond ASCII.
 bool onebytepercharacter(std::string_view text) {
-    return plainascii(text) && std::memchr(text.data(), '\r', text.size()) == nullptr;
+    using Bytes = char __attribute__((vector_size(16)));
+    if (text.size() < 16) return plainascii(text) && std::memchr(text.data(), '\r', text.size()) == nullptr;
+    Bytes seen = {};
+    auto look = [&seen](const char* at) {
+        Bytes bytes;
+        std::memcpy(&bytes, at, 16);
+        seen |= bytes | (bytes == '\r');
+    };
+    for (size_t at = 0; at + 16 <= text.size(); at += 16) look(text.data() + at);
+    look(text.data() + text.size() - 16);
+    const Words words = reinterpret_cast<Words>(seen);
+    return ((words[0] | words[1]) & 0x8080808080808080u) == 0;
 }
 
 // midstring of the evaluation line, for lines that aren't one byte per character or end early.
@@ -142,12 +155,13 @@ template <typename Piece> void readdigits(Person& p, Piece piece) {
     }
 }
 
-// The same for a line of one byte per character, 48 lanes in one loop that runs on vector registers.
-void readdigitbytes(Person& p, const char* line) {
+// The same for answers of one byte per character, 48 lanes in one loop that runs on vector registers.
+// answers[position - linePrefix - 1] is the character at position.
+void readdigitbytes(Person& p, const char* answers) {
     unsigned char bytes[48] = {};
-    std::memcpy(bytes, line + posStatus, runOfDigits);
-    bytes[runOfDigits] = static_cast<unsigned char>(line[posReligion]);
-    bytes[runOfDigits + 1] = static_cast<unsigned char>(line[posReligion + 1]);
+    std::memcpy(bytes, answers + posStatus - linePrefix - 1, runOfDigits);
+    bytes[runOfDigits] = static_cast<unsigned char>(answers[posReligion - linePrefix - 1]);
+    bytes[runOfDigits + 1] = static_cast<unsigned char>(answers[posReligion - linePrefix]);
     uint16_t digits[48];
     for (size_t k = 0; k < 48; ++k) {
         const auto value = static_cast<unsigned char>(bytes[k] - '0');
@@ -167,9 +181,8 @@ const std::string& cell(Int record, Int field) {
                                                                   : none;
 }
 
-// The person of a record; the padded name goes to the end of `names`.
-Person person(Int record, PieceNumbers& numbers, std::string& names) {
-    Person p;
+// The person of a record, read into p; the padded name goes to the end of `names`.
+void person(Person& p, Int record, PieceNumbers& numbers, std::string& names) {
     const std::string& name = cell(record, FieldName);
     p.Attribute = &cell(record, FieldAttribute);
     p.NameAt = names.size();
@@ -183,14 +196,12 @@ Person person(Int record, PieceNumbers& numbers, std::string& names) {
     // are cut by bytes, which gives the same text without the character rules.
     const std::string_view attribute = *p.Attribute;
     if (attribute.size() >= static_cast<size_t>(posOtherSex - linePrefix) && onebytepercharacter(attribute)) {
-        // The evaluation line from its blanks on, 1-based: line[position] is the character at position.
-        char line[posOtherSex + 1];
-        std::memset(line, ' ', linePrefix + 1);
-        std::memcpy(line + linePrefix + 1, attribute.data(), posOtherSex - linePrefix);
-        read(p, numbers, [&line](Int position, Int length) {
-            return std::string_view(line + position, static_cast<size_t>(length));
+        // Every piece read lies in the answers, behind the blanks.
+        const char* const answers = attribute.data();
+        read(p, numbers, [answers](Int position, Int length) {
+            return std::string_view(answers + (position - linePrefix - 1), static_cast<size_t>(length));
         });
-        readdigitbytes(p, line);
+        readdigitbytes(p, answers);
     } else {
         Line line(attribute);
         auto piece = [&](Int position, Int length) { return line.piece(position, length); };
@@ -201,7 +212,6 @@ Person person(Int record, PieceNumbers& numbers, std::string& names) {
     for (const Lanes& group : p.Digits) squares += group * group;
     p.Squares = lanesum(squares);
     p.Unusual |= !(std::fabs(p.Size) < farOut && std::fabs(p.Weight) < farOut);
-    return p;
 }
 
 // A distance cut towards zero. Only a hand-edited file brings distances beyond 2^53 (a year of "9e99");
@@ -311,53 +321,73 @@ constexpr size_t usualBeside = 16, anyBeside = 48;
 // so a person's candidates are a few whole-word operations on the sets of those values.
 using Set = std::vector<uint64_t>;
 
-// Everyone with one piece number: the list, and the set where they are as many as its words, so that the
-// sets take no more room than the people (a hand-edited file may give everyone a religion of their own).
-struct Group {
-    std::vector<uint32_t> Members;
+// Everyone by one piece number, in the order of the numbers, and as a set for each number that has at least
+// as many people as a set has words: so the sets take no more room than the people (a hand-edited file may
+// give everyone a religion of their own).
+struct Grouping {
+    static constexpr uint32_t none = ~uint32_t{0};
+    std::vector<uint32_t> Start, Members; // number n's people: from Members[Start[n]] to before Start[n + 1]
+    std::vector<uint32_t> Slot;           // number n's set: Bits from Slot[n] * words on, or none
     Set Bits;
+    Grouping(const std::vector<Person>& people, size_t numbers, size_t words, int Person::*number)
+        : Start(numbers + 1), Members(people.size()), Slot(numbers, none) {
+        for (const Person& p : people) ++Start[static_cast<size_t>(p.*number) + 1];
+        for (size_t n = 0; n < numbers; ++n) Start[n + 1] += Start[n];
+        std::vector<uint32_t> next(Start.begin(), Start.end() - 1);
+        for (size_t i = 0; i < people.size(); ++i)
+            Members[next[static_cast<size_t>(people[i].*number)]++] = static_cast<uint32_t>(i);
+        uint32_t slots = 0;
+        for (size_t n = 0; n < numbers; ++n)
+            if (Start[n + 1] - Start[n] >= words) Slot[n] = slots++;
+        Bits.assign(slots * words, 0);
+        for (size_t n = 0; n < numbers; ++n)
+            if (Slot[n] != none) set(n, words, Bits.data() + Slot[n] * words);
+    }
+    void set(size_t n, size_t words, uint64_t* bits) const {
+        std::fill(bits, bits + words, 0);
+        for (uint32_t k = Start[n]; k < Start[n + 1]; ++k)
+            bits[Members[k] / 64] |= uint64_t{1} << (Members[k] % 64);
+    }
+    // Number n's set: held, or made in `scratch`.
+    const uint64_t* of(size_t n, size_t words, Set& scratch) const {
+        if (Slot[n] != none) return Bits.data() + Slot[n] * words;
+        scratch.resize(words);
+        set(n, words, scratch.data());
+        return scratch.data();
+    }
 };
 
-struct Sets {
+// The candidates of everyone: person i's, from word i * Words on, are everyone else whom i's demands allow.
+struct Candidates {
     size_t Words;
-    Set Nobody, Everyone, Unmarried, Wide; // Wide: padded names of more than 40 bytes
-    std::vector<Group> Religion, Sex;      // by piece number
-    Sets(const std::vector<Person>& people, int pieceNumbers)
-        : Words((people.size() + 63) / 64), Nobody(Words), Everyone(Words), Unmarried(Words), Wide(Words),
-          Religion(static_cast<size_t>(pieceNumbers)), Sex(static_cast<size_t>(pieceNumbers)) {
+    Set Bits;
+    Set Wide; // padded names of more than 40 bytes
+    Candidates(const std::vector<Person>& people, int pieceNumbers)
+        : Words((people.size() + 63) / 64), Bits(people.size() * Words), Wide(Words) {
+        const auto numbers = static_cast<size_t>(pieceNumbers);
+        const Grouping religion(people, numbers, Words, &Person::Religion),
+            sex(people, numbers, Words, &Person::Sex);
+        Set everyone(Words), unmarried(Words), nobody(Words), scratch[2];
         for (size_t i = 0; i < people.size(); ++i) {
-            const Person& c = people[i];
             const uint64_t bit = uint64_t{1} << (i % 64);
-            Everyone[i / 64] |= bit;
-            if (!c.Married) Unmarried[i / 64] |= bit;
-            if (c.PaddedNameBytes > 40) Wide[i / 64] |= bit;
-            Religion[static_cast<size_t>(c.Religion)].Members.push_back(static_cast<uint32_t>(i));
-            Sex[static_cast<size_t>(c.Sex)].Members.push_back(static_cast<uint32_t>(i));
+            everyone[i / 64] |= bit;
+            if (!people[i].Married) unmarried[i / 64] |= bit;
+            if (people[i].PaddedNameBytes > 40) Wide[i / 64] |= bit;
         }
-        for (auto* groups : {&Religion, &Sex})
-            for (Group& group : *groups)
-                if (group.Members.size() >= Words) set(group, group.Bits);
+        for (size_t i = 0; i < people.size(); ++i) {
+            const Person& p = people[i];
+            const uint64_t* same = p.WantsSameReligion
+                                       ? religion.of(static_cast<size_t>(p.Religion), Words, scratch[0])
+                                       : everyone.data();
+            const uint64_t* own =
+                p.WantsOtherSex ? sex.of(static_cast<size_t>(p.Sex), Words, scratch[1]) : nobody.data();
+            const uint64_t* marriage = p.WantsUnmarried ? unmarried.data() : everyone.data();
+            uint64_t* into = Bits.data() + i * Words;
+            for (size_t w = 0; w < Words; ++w) into[w] = marriage[w] & same[w] & ~own[w];
+            into[i / 64] &= ~(uint64_t{1} << (i % 64));
+        }
     }
-    void set(const Group& group, Set& bits) const {
-        bits.assign(Words, 0);
-        for (uint32_t i : group.Members) bits[i / 64] |= uint64_t{1} << (i % 64);
-    }
-    const Set& of(const Group& group, Set& scratch) const {
-        if (!group.Bits.empty()) return group.Bits;
-        set(group, scratch);
-        return scratch;
-    }
-    // The candidates of person i: everyone else whom that person's demands allow. `scratch` is room for
-    // two sets.
-    void candidates(const std::vector<Person>& people, size_t i, Set& into, Set (&scratch)[2]) const {
-        const Person& p = people[i];
-        const Set& religion =
-            p.WantsSameReligion ? of(Religion[static_cast<size_t>(p.Religion)], scratch[0]) : Everyone;
-        const Set& sex = p.WantsOtherSex ? of(Sex[static_cast<size_t>(p.Sex)], scratch[1]) : Nobody;
-        const Set& marriage = p.WantsUnmarried ? Unmarried : Everyone;
-        for (size_t w = 0; w < Words; ++w) into[w] = marriage[w] & religion[w] & ~sex[w];
-        into[i / 64] &= ~(uint64_t{1} << (i % 64));
-    }
+    const uint64_t* of(size_t i) const { return Bits.data() + i * Words; }
 };
 
 // The points and " Punkte." of the usual values, made once each. A text and its length fit in 16 bytes,
@@ -459,10 +489,10 @@ struct Section {
 // The points of p against each candidate in the set, in record order: their indices go to `chosen`, the
 // points to `scores`.
 Section points(size_t pi, const std::vector<Person>& people, const Row* rows, size_t widest,
-               const Set& candidates, uint32_t* chosen, Int* scores) {
+               const uint64_t* candidates, size_t words, uint32_t* chosen, Int* scores) {
     static const PowerTable power;
     Section section;
-    for (size_t w = 0; w < candidates.size(); ++w)
+    for (size_t w = 0; w < words; ++w)
         for (uint64_t bits = candidates[w]; bits != 0; bits &= bits - 1)
             chosen[section.Count++] =
                 static_cast<uint32_t>(w * 64 + static_cast<size_t>(std::countr_zero(bits)));
@@ -531,9 +561,10 @@ Report SeelenorakelReport() {
     PieceNumbers numbers;
     std::string names;
     names.reserve(count * 48 + slack);
-    for (Int record = 1; record <= Participants; ++record) people.push_back(person(record, numbers, names));
+    for (Int record = 1; record <= Participants; ++record)
+        person(people.emplace_back(), record, numbers, names);
     names.append(slack, ' '); // the name copies read up to 15 bytes past the last name
-    const Sets sets(people, numbers.Count);
+    const Candidates candidates(people, numbers.Count);
     std::vector<Row> rows(people.size());
     std::vector<Label> labels(people.size());
     size_t widest = 40;
@@ -552,14 +583,13 @@ Report SeelenorakelReport() {
                       heldRule = rule + std::string(slack, ' ');
     // The candidates give the report's length before it is written, so the text is grown about once. A
     // section asks for room for any points on every line, which the last one may need.
-    Set candidates(sets.Words), scratch[2];
     size_t estimate = 256, mostLines = 0;
     for (size_t i = 0; i < people.size(); ++i) {
-        sets.candidates(people, i, candidates, scratch);
+        const uint64_t* chosen = candidates.of(i);
         size_t lines = 0;
-        for (size_t w = 0; w < sets.Words; ++w) {
-            lines += static_cast<size_t>(std::popcount(candidates[w]));
-            for (uint64_t wide = candidates[w] & sets.Wide[w]; wide != 0; wide &= wide - 1)
+        for (size_t w = 0; w < candidates.Words; ++w) {
+            lines += static_cast<size_t>(std::popcount(chosen[w]));
+            for (uint64_t wide = chosen[w] & candidates.Wide[w]; wide != 0; wide &= wide - 1)
                 estimate += people[w * 64 + static_cast<size_t>(std::countr_zero(wide))].PaddedNameBytes - 40;
         }
         estimate += head.size() + people[i].NameBytes + rule.size() + 1 + lines * (40 + usualBeside);
@@ -579,9 +609,8 @@ Report SeelenorakelReport() {
     for (size_t pi = 0; pi < people.size(); ++pi) {
         const Person& p = people[pi];
         // The points first, then the lines: neither loop waits on the other.
-        sets.candidates(people, pi, candidates, scratch);
-        const Section section =
-            points(pi, people, rows.data(), widest, candidates, chosen.data(), scores.data());
+        const Section section = points(pi, people, rows.data(), widest, candidates.of(pi), candidates.Words,
+                                       chosen.data(), scores.data());
         char* const start = report.room(head.size() + p.NameBytes + rule.size() + section.Bytes + 1);
         char* at = copy(start, heldHead.data(), head.size());
         at = copy(at, names.data() + p.NameAt, p.NameBytes);
