@@ -41,6 +41,7 @@ using Lanes = uint16_t __attribute__((vector_size(16)));
 using Words = uint64_t __attribute__((vector_size(16)));
 using Doubles = double __attribute__((vector_size(16)));
 using Pair = int32_t __attribute__((vector_size(8)));
+using Quad = uint32_t __attribute__((vector_size(16)));
 constexpr size_t laneGroups = 6; // the 43 digits and 5 more lanes
 
 // The sum of the lanes, as four 16-bit fields of two 64-bit words.
@@ -110,7 +111,7 @@ struct PieceNumbers {
 };
 
 // realfromstring of a piece, quicker where it is all digits: then it is their value.
-double number(std::string_view piece) {
+[[gnu::always_inline]] inline double number(std::string_view piece) {
     Int value = 0;
     for (const char c : piece) {
         if (c < '0' || c > '9') return realfromstring(piece);
@@ -119,8 +120,13 @@ double number(std::string_view piece) {
     return static_cast<double>(value);
 }
 
+// The figures of a line as realfromstring reads them: year, month and day of birth, size and weight.
+struct Figures {
+    double Year, Month, Day, Size, Weight;
+};
+
 // The values of a person's line, with piece(position, length) as midstring of the evaluation line.
-template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piece) {
+template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piece, const Figures& figures) {
     const std::string_view sex = piece(posSex, 1);
     p.Sex = numbers(sex);
     p.Religion = numbers(piece(posReligion, 1));
@@ -131,16 +137,53 @@ template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piec
 
     // Each step is one rounded double operation in the written order; the build forbids contraction
     // into fused multiply-adds, which would change the points.
-    const double y = number(piece(posYear, 4));
-    const double m = number(piece(posMonth, 2));
-    const double d = number(piece(posDay, 2));
     const bool female = sex == "1";
-    p.Birth = ((y - 1900) * 365 + m * 30.4 + d) / 365;
+    p.Birth = ((figures.Year - 1900) * 365 + figures.Month * 30.4 + figures.Day) / 365;
     if (female) p.Birth = p.Birth * 1.15;
-    p.Size = number(piece(posSize, 3));
+    p.Size = figures.Size;
     if (female) p.Size = p.Size * 1.05;
-    p.Weight = number(piece(posWeight, 3));
+    p.Weight = figures.Weight;
     if (female) p.Weight = p.Weight * 1.15;
+}
+
+template <typename Piece> Figures figures(Piece piece) {
+    return {number(piece(posYear, 4)), number(piece(posMonth, 2)), number(piece(posDay, 2)),
+            number(piece(posSize, 3)), number(piece(posWeight, 3))};
+}
+
+// Whether the bytes of a word that the mask keeps are all digits: their high half is 3, and adding 6 to the
+// low half doesn't carry into it.
+bool digitbytes(uint64_t word, uint64_t mask) {
+    constexpr uint64_t high = 0xF0F0F0F0F0F0F0F0u, threes = 0x3030303030303030u, sixes = 0x0606060606060606u;
+    return (word & high & mask) == (threes & mask) && ((word + sixes) & high & mask) == (threes & mask);
+}
+
+// The same figures from answers of one byte per character, where the date's eight bytes and the six of
+// size and weight are digits, read a word at a time. answers[position - linePrefix - 1] is the character
+// at position.
+Figures figurebytes(const char* answers) {
+    static_assert(posMonth == posYear + 4 && posDay == posMonth + 2 && posWeight == posSize + 3);
+    uint64_t date, body;
+    std::memcpy(&date, answers + posYear - linePrefix - 1, 8);
+    std::memcpy(&body, answers + posSize - linePrefix - 1, 8);
+    if constexpr (std::endian::native != std::endian::little) {
+        date = __builtin_bswap64(date);
+        body = __builtin_bswap64(body);
+    }
+    constexpr uint64_t six = 0x0000FFFFFFFFFFFFu;
+    if (!digitbytes(date, ~uint64_t{0}) || !digitbytes(body, six)) {
+        return figures([answers](Int position, Int length) {
+            return std::string_view(answers + (position - linePrefix - 1), static_cast<size_t>(length));
+        });
+    }
+    // The first byte is the lowest: pairs of digits as two-digit numbers in the 16-bit lanes.
+    uint64_t pairs = date & 0x0F0F0F0F0F0F0F0Fu;
+    pairs = (pairs * 10 + (pairs >> 8)) & 0x00FF00FF00FF00FFu;
+    auto lane = [pairs](int k) { return static_cast<Int>((pairs >> (16 * k)) & 0xFFFF); };
+    auto digit = [body](int k) { return static_cast<Int>((body >> (8 * k)) & 0x0F); };
+    return {static_cast<double>(lane(0) * 100 + lane(1)), static_cast<double>(lane(2)),
+            static_cast<double>(lane(3)), static_cast<double>(digit(0) * 100 + digit(1) * 10 + digit(2)),
+            static_cast<double>(digit(3) * 100 + digit(4) * 10 + digit(5))};
 }
 
 // The digits of a line cut by characters: a byte is a digit or 0; a longer piece is a character with
@@ -173,18 +216,28 @@ void readdigitbytes(Person& p, const char* answers) {
 // Sizes and weights from here on are left to the slow way: their distances would not fit a lane.
 constexpr double farOut = 8192;
 
-// A cell of the participant table, read in place; the store keeps it while the report is made.
-const std::string& cell(Int record, Int field) {
-    static const std::string none;
-    const Int at = d_GetDataIndex(ParticipantTable, record, field);
-    return at >= 0 && static_cast<size_t>(at) < d_DataText.size() ? d_DataText[static_cast<size_t>(at)]
-                                                                  : none;
-}
+// The cells of the participant table, read in place; the store keeps them while the report is made. A
+// record's cells follow its first, one for each field; the table and its fields are looked up once.
+struct Cells {
+    const std::vector<Int>* Records = nullptr; // the first cell of each record, where the fields are there
+    Cells() {
+        if (d_GetDataIndex(ParticipantTable, 0, FieldName) >= 0 &&
+            d_GetDataIndex(ParticipantTable, 0, FieldAttribute) >= 0)
+            Records = &d_Tables[static_cast<size_t>(ParticipantTable)].RecordIndex;
+    }
+    const std::string& of(Int record, Int field) const {
+        static const std::string none;
+        if (Records == nullptr || record < 0 || static_cast<size_t>(record) >= Records->size()) return none;
+        const Int at = (*Records)[static_cast<size_t>(record)] + field;
+        return at >= 0 && static_cast<size_t>(at) < d_DataText.size() ? d_DataText[static_cast<size_t>(at)]
+                                                                      : none;
+    }
+};
 
 // The person of a record, read into p; the padded name goes to the end of `names`.
-void person(Person& p, Int record, PieceNumbers& numbers, std::string& names) {
-    const std::string& name = cell(record, FieldName);
-    p.Attribute = &cell(record, FieldAttribute);
+void person(Person& p, const Cells& cells, Int record, PieceNumbers& numbers, std::string& names) {
+    const std::string& name = cells.of(record, FieldName);
+    p.Attribute = &cells.of(record, FieldAttribute);
     p.NameAt = names.size();
     p.NameBytes = name.size();
     names += name;
@@ -198,14 +251,17 @@ void person(Person& p, Int record, PieceNumbers& numbers, std::string& names) {
     if (attribute.size() >= static_cast<size_t>(posOtherSex - linePrefix) && onebytepercharacter(attribute)) {
         // Every piece read lies in the answers, behind the blanks.
         const char* const answers = attribute.data();
-        read(p, numbers, [answers](Int position, Int length) {
-            return std::string_view(answers + (position - linePrefix - 1), static_cast<size_t>(length));
-        });
+        read(
+            p, numbers,
+            [answers](Int position, Int length) {
+                return std::string_view(answers + (position - linePrefix - 1), static_cast<size_t>(length));
+            },
+            figurebytes(answers));
         readdigitbytes(p, answers);
     } else {
         Line line(attribute);
         auto piece = [&](Int position, Int length) { return line.piece(position, length); };
-        read(p, numbers, piece);
+        read(p, numbers, piece, figures(piece));
         readdigits(p, piece);
     }
     Lanes squares = {};
@@ -232,7 +288,7 @@ struct PowerTable {
     static constexpr int perYear = 4, years = 384, last = perYear * years; // the last quarter: all beyond
     static constexpr Int ask = -(Int{1} << 48); // a count that makes the points negative
     struct Quarter {
-        double Threshold; // or infinite where none lies within
+        double Threshold; // in quarters; or infinite where none lies within
         Int Below;
     };
     std::vector<Quarter> Quarters;
@@ -274,15 +330,17 @@ struct PowerTable {
             if (!clear)
                 Quarters.push_back({HUGE_VAL, ask});
             else
-                Quarters.push_back({next < end ? next : HUGE_VAL, n});
+                Quarters.push_back({next < end ? next * perYear : HUGE_VAL, n});
         }
         Quarters.push_back({HUGE_VAL, ask});
     }
-    // The whole part of x^1.2 for a distance x, or a negative number where pow must be asked.
-    Int powertrunc(double x) const {
-        const double quarters = x * perYear; // NaN and all beyond go to the last quarter
-        const Quarter& q = Quarters[static_cast<size_t>(static_cast<int>(quarters < last ? quarters : last))];
-        return q.Below + (x >= q.Threshold);
+    // The whole part of x^1.2 for a distance x given in quarters, 4 x, or a negative number where pow must
+    // be asked. Times 4 is exact, and so is the distance of two values times 4.
+    Int powertrunc(double quarters) const {
+        // NaN and all beyond go to the last quarter.
+        const Quarter& q =
+            Quarters[static_cast<size_t>(static_cast<int64_t>(quarters < last ? quarters : last))];
+        return q.Below + (quarters >= q.Threshold);
     }
 };
 
@@ -326,34 +384,42 @@ using Set = std::vector<uint64_t>;
 // give everyone a religion of their own).
 struct Grouping {
     static constexpr uint32_t none = ~uint32_t{0};
-    std::vector<uint32_t> Start, Members; // number n's people: from Members[Start[n]] to before Start[n + 1]
-    std::vector<uint32_t> Slot;           // number n's set: Bits from Slot[n] * words on, or none
+    size_t Numbers;
+    // From 0, where number n's people start in the members, for n up to Numbers; from Numbers + 1, where
+    // number n's set starts in Bits, in words, or none; from 2 Numbers + 1, the members.
+    std::vector<uint32_t> Table;
     Set Bits;
+    uint32_t* start() { return Table.data(); }
+    const uint32_t* start() const { return Table.data(); }
+    const uint32_t* slot() const { return Table.data() + Numbers + 1; }
+    const uint32_t* members() const { return Table.data() + 2 * Numbers + 1; }
     Grouping(const std::vector<Person>& people, size_t numbers, size_t words, int Person::*number)
-        : Start(numbers + 1), Members(people.size()), Slot(numbers, none) {
-        for (const Person& p : people) ++Start[static_cast<size_t>(p.*number) + 1];
-        for (size_t n = 0; n < numbers; ++n) Start[n + 1] += Start[n];
-        std::vector<uint32_t> next(Start.begin(), Start.end() - 1);
+        : Numbers(numbers), Table(2 * numbers + 1 + people.size()) {
+        uint32_t* const starts = start();
+        uint32_t* const slots = starts + numbers + 1;
+        uint32_t* const members = slots + numbers;
+        for (const Person& p : people) ++starts[static_cast<size_t>(p.*number) + 1];
+        for (size_t n = 0; n < numbers; ++n) starts[n + 1] += starts[n];
+        std::copy(starts, starts + numbers, slots); // first where the next member of each number goes
         for (size_t i = 0; i < people.size(); ++i)
-            Members[next[static_cast<size_t>(people[i].*number)]++] = static_cast<uint32_t>(i);
-        uint32_t slots = 0;
+            members[slots[static_cast<size_t>(people[i].*number)]++] = static_cast<uint32_t>(i);
+        uint32_t held = 0;
         for (size_t n = 0; n < numbers; ++n)
-            if (Start[n + 1] - Start[n] >= words) Slot[n] = slots++;
-        Bits.assign(slots * words, 0);
+            slots[n] = starts[n + 1] - starts[n] >= words ? held++ * static_cast<uint32_t>(words) : none;
+        Bits.resize(held * words);
         for (size_t n = 0; n < numbers; ++n)
-            if (Slot[n] != none) set(n, words, Bits.data() + Slot[n] * words);
+            if (slots[n] != none) set(n, Bits.data() + slots[n], words);
     }
-    void set(size_t n, size_t words, uint64_t* bits) const {
+    void set(size_t n, uint64_t* bits, size_t words) const {
         std::fill(bits, bits + words, 0);
-        for (uint32_t k = Start[n]; k < Start[n + 1]; ++k)
-            bits[Members[k] / 64] |= uint64_t{1} << (Members[k] % 64);
+        for (uint32_t k = start()[n]; k < start()[n + 1]; ++k)
+            bits[members()[k] / 64] |= uint64_t{1} << (members()[k] % 64);
     }
     // Number n's set: held, or made in `scratch`.
-    const uint64_t* of(size_t n, size_t words, Set& scratch) const {
-        if (Slot[n] != none) return Bits.data() + Slot[n] * words;
-        scratch.resize(words);
-        set(n, words, scratch.data());
-        return scratch.data();
+    const uint64_t* of(size_t n, uint64_t* scratch, size_t words) const {
+        if (slot()[n] != none) return Bits.data() + slot()[n];
+        set(n, scratch, words);
+        return scratch;
     }
 };
 
@@ -361,27 +427,29 @@ struct Grouping {
 struct Candidates {
     size_t Words;
     Set Bits;
-    Set Wide; // padded names of more than 40 bytes
+    Set Common; // four sets: padded names of more than 40 bytes, everyone, the unmarried, nobody
+    const uint64_t* wide() const { return Common.data(); }
     Candidates(const std::vector<Person>& people, int pieceNumbers)
-        : Words((people.size() + 63) / 64), Bits(people.size() * Words), Wide(Words) {
+        : Words((people.size() + 63) / 64), Bits(people.size() * Words), Common(6 * Words) {
         const auto numbers = static_cast<size_t>(pieceNumbers);
         const Grouping religion(people, numbers, Words, &Person::Religion),
             sex(people, numbers, Words, &Person::Sex);
-        Set everyone(Words), unmarried(Words), nobody(Words), scratch[2];
+        uint64_t *const wide = Common.data(), *const everyone = wide + Words,
+                        *const unmarried = everyone + Words, *const nobody = unmarried + Words,
+                        *const scratch = nobody + Words;
         for (size_t i = 0; i < people.size(); ++i) {
             const uint64_t bit = uint64_t{1} << (i % 64);
             everyone[i / 64] |= bit;
             if (!people[i].Married) unmarried[i / 64] |= bit;
-            if (people[i].PaddedNameBytes > 40) Wide[i / 64] |= bit;
+            if (people[i].PaddedNameBytes > 40) wide[i / 64] |= bit;
         }
         for (size_t i = 0; i < people.size(); ++i) {
             const Person& p = people[i];
-            const uint64_t* same = p.WantsSameReligion
-                                       ? religion.of(static_cast<size_t>(p.Religion), Words, scratch[0])
-                                       : everyone.data();
+            const uint64_t* same =
+                p.WantsSameReligion ? religion.of(static_cast<size_t>(p.Religion), scratch, Words) : everyone;
             const uint64_t* own =
-                p.WantsOtherSex ? sex.of(static_cast<size_t>(p.Sex), Words, scratch[1]) : nobody.data();
-            const uint64_t* marriage = p.WantsUnmarried ? unmarried.data() : everyone.data();
+                p.WantsOtherSex ? sex.of(static_cast<size_t>(p.Sex), scratch + Words, Words) : nobody;
+            const uint64_t* marriage = p.WantsUnmarried ? unmarried : everyone;
             uint64_t* into = Bits.data() + i * Words;
             for (size_t w = 0; w < Words; ++w) into[w] = marriage[w] & same[w] & ~own[w];
             into[i / 64] &= ~(uint64_t{1} << (i % 64));
@@ -390,35 +458,33 @@ struct Candidates {
     const uint64_t* of(size_t i) const { return Bits.data() + i * Words; }
 };
 
-// The points and " Punkte." of the usual values, made once each. A text and its length fit in 16 bytes,
-// so that one copy writes it.
+// The points and " Punkte." of the usual values, made once. A text and its length fit in 16 bytes, so
+// that one copy writes it.
 struct PointsTexts {
     static constexpr Int usual = 4096;
     struct Made {
-        char Bytes[15];
+        char Bytes[15] = {};
         uint8_t Length = 0; // 12 or 13: "4.095 Punkte."
     };
     std::vector<Made> Usual = std::vector<Made>(usual);
-    std::string Other;
     static std::string text(Int value) { return formatinteger(value, 32, 4, true) + " Punkte."; }
-    // Writes the text of `value` at `at`, with up to 16 bytes behind it to spare; gives its end.
-    char* write(char* at, Int value) {
-        if (value >= 0 && value < usual) [[likely]] {
-            Made& made = Usual[static_cast<size_t>(value)];
-            if (made.Length == 0) [[unlikely]] {
-                const std::string t = text(value);
-                std::memcpy(made.Bytes, t.data(), t.size());
-                made.Length = static_cast<uint8_t>(t.size());
-            }
-            std::memcpy(at, &made, 16);
-            return at + made.Length;
+    PointsTexts() {
+        for (Int value = 0; value < usual; ++value) {
+            const std::string made = text(value);
+            Made& to = Usual[static_cast<size_t>(value)];
+            std::memcpy(to.Bytes, made.data(), made.size());
+            to.Length = static_cast<uint8_t>(made.size());
         }
-        Other = text(value);
-        const size_t length = Other.size();
-        Other.append(slack, ' ');
-        return copy(at, Other.data(), length);
     }
 };
+
+// The text of points beyond the usual, written at `at` with room for `slack` bytes more; gives its end.
+[[gnu::noinline]] char* otherpoints(char* at, Int value) {
+    std::string made = PointsTexts::text(value);
+    const size_t length = made.size();
+    made.append(slack, ' ');
+    return copy(at, made.data(), length);
+}
 
 // The sum of the squared differences of two people's digits.
 Int squaredistance(const Person& p, const Person& c) {
@@ -444,7 +510,7 @@ constexpr Int ownLane = digitPositions, ownOffset = digitPositions * 81;
 struct alignas(64) Row {
     Lanes Digits[laneGroups];
     Doubles SizeWeight;
-    double Birth; // NaN for an unusual person, so that every pair with them goes the slow way
+    double Quarters; // the birth value times 4; NaN for an unusual person, whose pairs go the slow way
 };
 
 Row row(const Person& p) {
@@ -457,7 +523,7 @@ Row row(const Person& p) {
     r.Digits[ownLane / 8][ownLane % 8] = static_cast<uint16_t>(p.Squares - 18 * lanesum(sum) + ownOffset);
     // Zeros keep the loop's conversions in range; the pair's points are made the slow way anyway.
     r.SizeWeight = p.Unusual ? Doubles{} : Doubles{p.Size, p.Weight};
-    r.Birth = p.Unusual ? NAN : p.Birth;
+    r.Quarters = p.Unusual ? NAN : p.Birth * PowerTable::perYear;
     return r;
 }
 
@@ -505,20 +571,42 @@ Section points(size_t pi, const std::vector<Person>& people, const Row* rows, si
                 w5 = weight[5];
     const Words magnitude = {~uint64_t{0} >> 1, ~uint64_t{0} >> 1};
     const Doubles sizeweight = rows[pi].SizeWeight;
-    const double birth = rows[pi].Birth;
+    const double quarters = rows[pi].Quarters;
     const Int own = p.Squares - ownOffset;
-    Int unsure = 0;
-    for (size_t k = 0; k < section.Count; ++k) {
-        const Row& c = rows[chosen[k]];
-        Lanes sum = c.Digits[0] * w0 + c.Digits[1] * w1 + c.Digits[2] * w2 + c.Digits[3] * w3 +
-                    c.Digits[4] * w4 + c.Digits[5] * w5;
+    auto lanes = [&](const Row& c) {
+        const Lanes sum = c.Digits[0] * w0 + c.Digits[1] * w1 + c.Digits[2] * w2 + c.Digits[3] * w3 +
+                          c.Digits[4] * w4 + c.Digits[5] * w5;
         // Size and weight: the two distances cut to integers, below 2^14 each, added as lanes.
         const Doubles apart =
             reinterpret_cast<Doubles>(reinterpret_cast<Words>(sizeweight - c.SizeWeight) & magnitude);
         const Pair cuts = __builtin_convertvector(apart, Pair);
-        sum += reinterpret_cast<Lanes>(__builtin_shufflevector(cuts, Pair{}, 0, 1, 2, 3));
-        scores[k] = own + lanesum(sum) + power.powertrunc(std::fabs(birth - c.Birth));
-        unsure |= scores[k];
+        return sum + reinterpret_cast<Lanes>(__builtin_shufflevector(cuts, Pair{}, 0, 1, 2, 3));
+    };
+    // Candidates go in fours, so that their lanes are summed up together. The last four are filled up
+    // with p, whose points go unused.
+    for (size_t k = section.Count; k % 4 != 0; ++k) chosen[k] = static_cast<uint32_t>(pi);
+    Int unsure = 0;
+    for (size_t k = 0; k < section.Count; k += 4) {
+        const Row *a = rows + chosen[k], *b = rows + chosen[k + 1], *c = rows + chosen[k + 2],
+                  *d = rows + chosen[k + 3];
+        const Lanes sa = lanes(*a), sb = lanes(*b), sc = lanes(*c), sd = lanes(*d);
+        const Lanes ab = __builtin_shufflevector(sa, sb, 0, 1, 2, 3, 8, 9, 10, 11) +
+                         __builtin_shufflevector(sa, sb, 4, 5, 6, 7, 12, 13, 14, 15);
+        const Lanes cd = __builtin_shufflevector(sc, sd, 0, 1, 2, 3, 8, 9, 10, 11) +
+                         __builtin_shufflevector(sc, sd, 4, 5, 6, 7, 12, 13, 14, 15);
+        const Quad halves =
+            reinterpret_cast<Quad>(__builtin_shufflevector(ab, cd, 0, 1, 4, 5, 8, 9, 12, 13) +
+                                   __builtin_shufflevector(ab, cd, 2, 3, 6, 7, 10, 11, 14, 15));
+        const Quad sums = (halves & 0xffff) + (halves >> 16);
+        const Int sa0 = own + power.powertrunc(std::fabs(quarters - a->Quarters)) + sums[0];
+        const Int sb0 = own + power.powertrunc(std::fabs(quarters - b->Quarters)) + sums[1];
+        const Int sc0 = own + power.powertrunc(std::fabs(quarters - c->Quarters)) + sums[2];
+        const Int sd0 = own + power.powertrunc(std::fabs(quarters - d->Quarters)) + sums[3];
+        scores[k] = sa0;
+        scores[k + 1] = sb0;
+        scores[k + 2] = sc0;
+        scores[k + 3] = sd0;
+        unsure |= sa0 | sb0 | sc0 | sd0;
     }
     // Without a branch in the loop it holds p's weights in registers; the slow way comes after it.
     if (unsure < 0)
@@ -528,23 +616,31 @@ Section points(size_t pi, const std::vector<Person>& people, const Row* rows, si
 }
 
 // The candidate lines of p's section, written at `at` with room for all; gives their end.
-char* lines(char* at, const Person& p, const Label* labels, const uint32_t* chosen, const Int* scores,
-            size_t count, PointsTexts& pointstext) {
+char* lines(char* at, int sex, const Label* labels, const uint32_t* chosen, const Int* scores, size_t count) {
+    static const PointsTexts texts;
+    const PointsTexts::Made* const usual = texts.Usual.data();
     for (size_t k = 0; k < count; ++k) {
         const Label& c = labels[chosen[k]];
-        const char* name = c.Name;
-        if (c.PaddedNameBytes <= 48) [[likely]] {
+        const char* const name = c.Name;
+        const size_t padded = c.PaddedNameBytes;
+        if (padded <= 48) [[likely]] {
             std::memcpy(at, name, 16);
             std::memcpy(at + 16, name + 16, 16);
             std::memcpy(at + 32, name + 32, 16);
-            at += c.PaddedNameBytes;
         } else {
-            at = copy(at, name, c.PaddedNameBytes);
+            copy(at, name, padded);
         }
-        at = pointstext.write(at, scores[k]);
+        at += padded;
+        const Int points = scores[k];
+        if (static_cast<uint64_t>(points) < PointsTexts::usual) [[likely]] {
+            std::memcpy(at, &usual[points], 16);
+            at += usual[points].Length;
+        } else {
+            at = otherpoints(at, points);
+        }
         // The line's end, and the candidate's mark before it where the candidate's own demand speaks
         // against this pairing: chosen without a branch, since it follows no pattern a branch could learn.
-        const bool mark = c.MarkSex == p.Sex;
+        const bool mark = c.MarkSex == sex;
         const uint32_t end = mark ? ' ' | '*' << 8 | '\r' << 16 : '\r';
         std::memcpy(at, &end, 4);
         at += 1 + 2 * mark;
@@ -561,8 +657,9 @@ Report SeelenorakelReport() {
     PieceNumbers numbers;
     std::string names;
     names.reserve(count * 48 + slack);
+    const Cells cells;
     for (Int record = 1; record <= Participants; ++record)
-        person(people.emplace_back(), record, numbers, names);
+        person(people.emplace_back(), cells, record, numbers, names);
     names.append(slack, ' '); // the name copies read up to 15 bytes past the last name
     const Candidates candidates(people, numbers.Count);
     std::vector<Row> rows(people.size());
@@ -577,10 +674,11 @@ Report SeelenorakelReport() {
     }
 
     // The head of a section around the name, held with the slack for copy().
-    const std::string_view head = "Auswertung für ";
-    const std::string rule = "\r" + std::string(55, '-') + "\r";
-    const std::string heldHead = std::string(head).append(slack, ' '),
-                      heldRule = rule + std::string(slack, ' ');
+    constexpr std::string_view head = "Auswertung für ";
+    static const std::string rule = "\r" + std::string(55, '-') + "\r",
+                             heldHead = std::string(head).append(slack, ' '),
+                             heldRule = rule + std::string(slack, ' '),
+                             title = "Seelenorakel Auswertung\r" + std::string(23, '=') + "\r\r";
     // The candidates give the report's length before it is written, so the text is grown about once. A
     // section asks for room for any points on every line, which the last one may need.
     size_t estimate = 256, mostLines = 0;
@@ -589,7 +687,7 @@ Report SeelenorakelReport() {
         size_t lines = 0;
         for (size_t w = 0; w < candidates.Words; ++w) {
             lines += static_cast<size_t>(std::popcount(chosen[w]));
-            for (uint64_t wide = chosen[w] & candidates.Wide[w]; wide != 0; wide &= wide - 1)
+            for (uint64_t wide = chosen[w] & candidates.wide()[w]; wide != 0; wide &= wide - 1)
                 estimate += people[w * 64 + static_cast<size_t>(std::countr_zero(wide))].PaddedNameBytes - 40;
         }
         estimate += head.size() + people[i].NameBytes + rule.size() + 1 + lines * (40 + usualBeside);
@@ -599,13 +697,9 @@ Report SeelenorakelReport() {
 
     Writer report;
     report.room(estimate);
-    report.put("Seelenorakel Auswertung\r");
-    report.put(std::string(23, '='));
-    report.put("\r\r");
-    // Made once per thread: the texts are the same in every report.
-    thread_local PointsTexts pointstext;
-    std::vector<uint32_t> chosen(people.size());
-    std::vector<Int> scores(people.size());
+    report.put(title);
+    std::vector<uint32_t> chosen(people.size() + 3);
+    std::vector<Int> scores(people.size() + 3);
     for (size_t pi = 0; pi < people.size(); ++pi) {
         const Person& p = people[pi];
         // The points first, then the lines: neither loop waits on the other.
@@ -615,7 +709,7 @@ Report SeelenorakelReport() {
         char* at = copy(start, heldHead.data(), head.size());
         at = copy(at, names.data() + p.NameAt, p.NameBytes);
         at = copy(at, heldRule.data(), rule.size());
-        at = lines(at, p, labels.data(), chosen.data(), scores.data(), section.Count, pointstext);
+        at = lines(at, p.Sex, labels.data(), chosen.data(), scores.data(), section.Count);
         *at++ = '\r';
         report.Used += static_cast<size_t>(at - start);
     }
