@@ -552,16 +552,42 @@ struct Section {
     size_t Count = 0, Bytes = 0;
 };
 
+// The set bits of each byte value: their positions in order, and how many.
+struct BitPositions {
+    Quad Position[256][2];
+    uint8_t Count[256];
+    BitPositions() {
+        for (unsigned byte = 0; byte < 256; ++byte) {
+            uint32_t at[8] = {};
+            unsigned count = 0;
+            for (unsigned bit = 0; bit < 8; ++bit)
+                if (byte >> bit & 1) at[count++] = bit;
+            std::memcpy(Position[byte], at, sizeof at);
+            Count[byte] = static_cast<uint8_t>(count);
+        }
+    }
+};
+
 // The points of p against each candidate in the set, in record order: their indices go to `chosen`, the
 // points to `scores`.
 Section points(size_t pi, const std::vector<Person>& people, const Row* rows, size_t widest,
                const uint64_t* candidates, size_t words, uint32_t* chosen, Int* scores) {
     static const PowerTable power;
     Section section;
-    for (size_t w = 0; w < words; ++w)
-        for (uint64_t bits = candidates[w]; bits != 0; bits &= bits - 1)
-            chosen[section.Count++] =
-                static_cast<uint32_t>(w * 64 + static_cast<size_t>(std::countr_zero(bits)));
+    // A byte of the set at a time: the positions of its bits from a table, all eight written and as many
+    // kept as are set.
+    static const BitPositions positions;
+    for (size_t w = 0; w < words; ++w) {
+        auto base = static_cast<uint32_t>(w * 64);
+        for (uint64_t bits = candidates[w]; bits != 0; bits >>= 8, base += 8) {
+            const size_t byte = bits & 0xFF;
+            const Quad first = positions.Position[byte][0] + base,
+                       second = positions.Position[byte][1] + base;
+            std::memcpy(chosen + section.Count, &first, 16);
+            std::memcpy(chosen + section.Count + 4, &second, 16);
+            section.Count += positions.Count[byte];
+        }
+    }
     section.Bytes = section.Count * (widest + anyBeside);
 
     const Person& p = people[pi];
@@ -698,7 +724,7 @@ Report SeelenorakelReport() {
     Writer report;
     report.room(estimate);
     report.put(title);
-    std::vector<uint32_t> chosen(people.size() + 3);
+    std::vector<uint32_t> chosen(people.size() + 8);
     std::vector<Int> scores(people.size() + 3);
     for (size_t pi = 0; pi < people.size(); ++pi) {
         const Person& p = people[pi];
