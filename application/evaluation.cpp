@@ -550,7 +550,18 @@ struct Label {
 // A person's candidates with their points, and room enough for their lines.
 struct Section {
     size_t Count = 0, Bytes = 0;
+    bool Usual = true; // all points have a text made up front
 };
+
+// Two distances cut to integers, in the low lanes and zeros above. SSE2's conversion gives the zeros itself.
+inline Lanes cuts(Doubles apart) {
+#if defined(__SSE2__)
+    return reinterpret_cast<Lanes>(__builtin_ia32_cvttpd2dq(apart));
+#else
+    return reinterpret_cast<Lanes>(
+        __builtin_shufflevector(__builtin_convertvector(apart, Pair), Pair{}, 0, 1, 2, 3));
+#endif
+}
 
 // The set bits of each byte value: their positions in order, and how many.
 struct BitPositions {
@@ -603,10 +614,8 @@ Section points(size_t pi, const std::vector<Person>& people, const Row* rows, si
         const Lanes sum = c.Digits[0] * w0 + c.Digits[1] * w1 + c.Digits[2] * w2 + c.Digits[3] * w3 +
                           c.Digits[4] * w4 + c.Digits[5] * w5;
         // Size and weight: the two distances cut to integers, below 2^14 each, added as lanes.
-        const Doubles apart =
-            reinterpret_cast<Doubles>(reinterpret_cast<Words>(sizeweight - c.SizeWeight) & magnitude);
-        const Pair cuts = __builtin_convertvector(apart, Pair);
-        return sum + reinterpret_cast<Lanes>(__builtin_shufflevector(cuts, Pair{}, 0, 1, 2, 3));
+        return sum + cuts(reinterpret_cast<Doubles>(reinterpret_cast<Words>(sizeweight - c.SizeWeight) &
+                                                    magnitude));
     };
     // Candidates go in fours, so that their lanes are summed up together. The last four are filled up
     // with p, whose points go unused.
@@ -634,14 +643,23 @@ Section points(size_t pi, const std::vector<Person>& people, const Row* rows, si
         scores[k + 3] = sd0;
         unsure |= sa0 | sb0 | sc0 | sd0;
     }
-    // Without a branch in the loop it holds p's weights in registers; the slow way comes after it.
-    if (unsure < 0)
-        for (size_t k = 0; k < section.Count; ++k)
+    // Without a branch in the loop it holds p's weights in registers; the slow way comes after it. All points
+    // together show whether any lies beyond the texts made up front.
+    if (unsure < 0) {
+        unsure = 0;
+        for (size_t k = 0; k < section.Count; ++k) {
             if (scores[k] < 0) scores[k] = score(p, people[chosen[k]]);
+            unsure |= scores[k];
+        }
+    }
+    static_assert(std::has_single_bit(static_cast<uint64_t>(PointsTexts::usual)));
+    section.Usual = unsure < PointsTexts::usual;
     return section;
 }
 
 // The candidate lines of p's section, written at `at` with room for all; gives their end.
+// Where all names are short and all points usual, the loop is spared the checks.
+template <bool Checked>
 char* lines(char* at, int sex, const Label* labels, const uint32_t* chosen, const Int* scores, size_t count) {
     static const PointsTexts texts;
     const PointsTexts::Made* const usual = texts.Usual.data();
@@ -649,7 +667,7 @@ char* lines(char* at, int sex, const Label* labels, const uint32_t* chosen, cons
         const Label& c = labels[chosen[k]];
         const char* const name = c.Name;
         const size_t padded = c.PaddedNameBytes;
-        if (padded <= 48) [[likely]] {
+        if (!Checked || padded <= 48) [[likely]] {
             std::memcpy(at, name, 16);
             std::memcpy(at + 16, name + 16, 16);
             std::memcpy(at + 32, name + 32, 16);
@@ -658,7 +676,7 @@ char* lines(char* at, int sex, const Label* labels, const uint32_t* chosen, cons
         }
         at += padded;
         const Int points = scores[k];
-        if (static_cast<uint64_t>(points) < PointsTexts::usual) [[likely]] {
+        if (!Checked || static_cast<uint64_t>(points) < PointsTexts::usual) [[likely]] {
             std::memcpy(at, &usual[points], 16);
             at += usual[points].Length;
         } else {
@@ -735,7 +753,9 @@ Report SeelenorakelReport() {
         char* at = copy(start, heldHead.data(), head.size());
         at = copy(at, names.data() + p.NameAt, p.NameBytes);
         at = copy(at, heldRule.data(), rule.size());
-        at = lines(at, p.Sex, labels.data(), chosen.data(), scores.data(), section.Count);
+        at = section.Usual && widest <= 48
+                 ? lines<false>(at, p.Sex, labels.data(), chosen.data(), scores.data(), section.Count)
+                 : lines<true>(at, p.Sex, labels.data(), chosen.data(), scores.data(), section.Count);
         *at++ = '\r';
         report.Used += static_cast<size_t>(at - start);
     }
