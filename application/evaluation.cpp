@@ -36,7 +36,7 @@ constexpr Int digitPosition(Int k) {
 // A copy of the report may run up to this many bytes past what it keeps, and read as many past its source.
 constexpr size_t slack = 32;
 
-// Eight digits side by side, counted modulo 2^16: no sum below comes near it.
+// Eight digits side by side, counted modulo 2^16: every sum below stays under it.
 using Lanes = uint16_t __attribute__((vector_size(16)));
 using Words = uint64_t __attribute__((vector_size(16)));
 using Doubles = double __attribute__((vector_size(16)));
@@ -213,21 +213,23 @@ void readdigitbytes(Person& p, const char* answers) {
     std::memcpy(p.Digits, digits, sizeof digits);
 }
 
-// Sizes and weights from here on are left to the slow way: their distances would not fit a lane.
+// Sizes and weights from here on are left to the slow way: in the points loop the two distances, below 2^14
+// each, share the 16-bit lanes with the digits' products.
 constexpr double farOut = 8192;
 
 // The cells of the participant table, read in place; the store keeps them while the report is made. A
-// record's cells follow its first, one for each field; the table and its fields are looked up once.
+// record's cells follow its first, one for each field; the table and each field are looked up once.
 struct Cells {
-    const std::vector<Int>* Records = nullptr; // the first cell of each record, where the fields are there
-    Cells() {
-        if (d_GetDataIndex(ParticipantTable, 0, FieldName) >= 0 &&
-            d_GetDataIndex(ParticipantTable, 0, FieldAttribute) >= 0)
-            Records = &d_Tables[static_cast<size_t>(ParticipantTable)].RecordIndex;
+    const std::vector<Int>* Records = nullptr; // the first cell of each record, once the table is found
+    bool Name = false, Attribute = false;      // the fields are there
+    Cells()
+        : Name(d_GetDataIndex(ParticipantTable, 0, FieldName) >= 0),
+          Attribute(d_GetDataIndex(ParticipantTable, 0, FieldAttribute) >= 0) {
+        if (Name || Attribute) Records = &d_Tables[static_cast<size_t>(ParticipantTable)].RecordIndex;
     }
-    const std::string& of(Int record, Int field) const {
+    const std::string& of(Int record, Int field, bool there) const {
         static const std::string none;
-        if (Records == nullptr || record < 0 || static_cast<size_t>(record) >= Records->size()) return none;
+        if (!there || record < 0 || static_cast<size_t>(record) >= Records->size()) return none;
         const Int at = (*Records)[static_cast<size_t>(record)] + field;
         return at >= 0 && static_cast<size_t>(at) < d_DataText.size() ? d_DataText[static_cast<size_t>(at)]
                                                                       : none;
@@ -236,8 +238,8 @@ struct Cells {
 
 // The person of a record, read into p; the padded name goes to the end of `names`.
 void person(Person& p, const Cells& cells, Int record, PieceNumbers& numbers, std::string& names) {
-    const std::string& name = cells.of(record, FieldName);
-    p.Attribute = &cells.of(record, FieldAttribute);
+    const std::string& name = cells.of(record, FieldName, cells.Name);
+    p.Attribute = &cells.of(record, FieldAttribute, cells.Attribute);
     p.NameAt = names.size();
     p.NameBytes = name.size();
     names += name;
@@ -270,10 +272,10 @@ void person(Person& p, const Cells& cells, Int record, PieceNumbers& numbers, st
     p.Unusual |= !(std::fabs(p.Size) < farOut && std::fabs(p.Weight) < farOut);
 }
 
-// A distance cut towards zero. Only a hand-edited file brings distances beyond 2^53 (a year of "9e99");
-// they are held there, so that four terms still add up without overflow.
+// A distance cut towards zero. Only a hand-edited file brings distances beyond 2^60 (a year of "9e99");
+// they are held there, so that the terms still add up without overflow.
 Int cut(double distance) {
-    constexpr double limit = 9007199254740992.0;
+    constexpr double limit = 1152921504606846976.0;
     if (distance < limit) [[likely]]
         return static_cast<Int>(distance);
     return distance >= limit ? static_cast<Int>(limit) : 0;
@@ -427,7 +429,8 @@ struct Grouping {
 struct Candidates {
     size_t Words;
     Set Bits;
-    Set Common; // four sets: padded names of more than 40 bytes, everyone, the unmarried, nobody
+    Set Common; // padded names of more than 40 bytes, everyone, the unmarried, nobody, and two to make sets
+                // in
     const uint64_t* wide() const { return Common.data(); }
     Candidates(const std::vector<Person>& people, int pieceNumbers)
         : Words((people.size() + 63) / 64), Bits(people.size() * Words), Common(6 * Words) {
@@ -458,8 +461,8 @@ struct Candidates {
     const uint64_t* of(size_t i) const { return Bits.data() + i * Words; }
 };
 
-// The points and " Punkte." of the usual values, made once. A text and its length fit in 16 bytes, so
-// that one copy writes it.
+// The points and " Punkte." of the usual values, made once by pointstexts(). A text and its length fit in
+// 16 bytes, so that one copy writes it.
 struct PointsTexts {
     static constexpr Int usual = 4096;
     struct Made {
@@ -477,6 +480,11 @@ struct PointsTexts {
         }
     }
 };
+
+const PointsTexts& pointstexts() {
+    static const PointsTexts texts;
+    return texts;
+}
 
 // The text of points beyond the usual, written at `at` with room for `slack` bytes more; gives its end.
 [[gnu::noinline]] char* otherpoints(char* at, Int value) {
@@ -661,8 +669,7 @@ Section points(size_t pi, const std::vector<Person>& people, const Row* rows, si
 // Where all names are short and all points usual, the loop is spared the checks.
 template <bool Checked>
 char* lines(char* at, int sex, const Label* labels, const uint32_t* chosen, const Int* scores, size_t count) {
-    static const PointsTexts texts;
-    const PointsTexts::Made* const usual = texts.Usual.data();
+    const PointsTexts::Made* const usual = pointstexts().Usual.data();
     for (size_t k = 0; k < count; ++k) {
         const Label& c = labels[chosen[k]];
         const char* const name = c.Name;
@@ -685,7 +692,8 @@ char* lines(char* at, int sex, const Label* labels, const uint32_t* chosen, cons
         // The line's end, and the candidate's mark before it where the candidate's own demand speaks
         // against this pairing: chosen without a branch, since it follows no pattern a branch could learn.
         const bool mark = c.MarkSex == sex;
-        const uint32_t end = mark ? ' ' | '*' << 8 | '\r' << 16 : '\r';
+        uint32_t end = mark ? ' ' | '*' << 8 | '\r' << 16 : '\r';
+        if constexpr (std::endian::native == std::endian::big) end = __builtin_bswap32(end);
         std::memcpy(at, &end, 4);
         at += 1 + 2 * mark;
     }

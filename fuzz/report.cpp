@@ -13,9 +13,9 @@
 
 namespace {
 
-// Cut towards zero, held at 2^53 either way, NaN as 0.
+// Cut towards zero, held at 2^60 either way, NaN as 0.
 Int whole(double x) {
-    constexpr double limit = 9007199254740992.0;
+    constexpr double limit = 1152921504606846976.0;
     if (std::isnan(x)) return 0;
     if (x >= limit) return static_cast<Int>(limit);
     if (x <= -limit) return -static_cast<Int>(limit);

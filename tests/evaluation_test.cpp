@@ -110,6 +110,11 @@ TEST(Evaluation, ExclusionsMarksAndPoints) {
              section("Lang Langman",
                      {"Leer Leerman" + pad + "9.616 Punkte.", "Kurz Kurzman" + pad + "9.512 Punkte.",
                       "Buchstaben12" + pad + "9.616 Punkte."})},
+        // A year of "9e99" puts the first term beyond 2^60, where it is held; a size of "9e9" is far out too.
+        {"figures far out",
+         {{"Fern Fernman", answers("9e990101", '0', "119e9060211", threes, "100")}, {"Nahe Naheman", man()}},
+         section("Fern Fernman", {"Nahe Naheman" + pad + "1.152.921.513.606.846.806 Punkte."}) +
+             section("Nahe Naheman", {"Fern Fernman" + pad + "1.152.921.513.606.846.806 Punkte."})},
         // Names are measured in characters: a combining umlaut pads like the precomposed one.
         {"names in characters, and none padded from 40 on",
          {{"Jörg Öztürk", man()}, {"Jo\u0308rg O\u0308ztu\u0308rk", man()}, {std::string(41, 'x'), man()}},
