@@ -110,16 +110,6 @@ struct PieceNumbers {
     }
 };
 
-// realfromstring of a piece, quicker where it is all digits: then it is their value.
-[[gnu::always_inline]] inline double number(std::string_view piece) {
-    Int value = 0;
-    for (const char c : piece) {
-        if (c < '0' || c > '9') return realfromstring(piece);
-        value = value * 10 + (c - '0');
-    }
-    return static_cast<double>(value);
-}
-
 // The figures of a line as realfromstring reads them: year, month and day of birth, size and weight.
 struct Figures {
     double Year, Month, Day, Size, Weight;
@@ -147,8 +137,9 @@ template <typename Piece> void read(Person& p, PieceNumbers& numbers, Piece piec
 }
 
 template <typename Piece> Figures figures(Piece piece) {
-    return {number(piece(posYear, 4)), number(piece(posMonth, 2)), number(piece(posDay, 2)),
-            number(piece(posSize, 3)), number(piece(posWeight, 3))};
+    return {realfromstring(piece(posYear, 4)), realfromstring(piece(posMonth, 2)),
+            realfromstring(piece(posDay, 2)), realfromstring(piece(posSize, 3)),
+            realfromstring(piece(posWeight, 3))};
 }
 
 // Whether the bytes of a word that the mask keeps are all digits: their high half is 3, and adding 6 to the
@@ -217,29 +208,18 @@ void readdigitbytes(Person& p, const char* answers) {
 // each, share the 16-bit lanes with the digits' products.
 constexpr double farOut = 8192;
 
-// The cells of the participant table, read in place; the store keeps them while the report is made. A
-// record's cells follow its first, one for each field; the table and each field are looked up once.
-struct Cells {
-    const std::vector<Int>* Records = nullptr; // the first cell of each record, once the table is found
-    bool Name = false, Attribute = false;      // the fields are there
-    Cells()
-        : Name(d_GetDataIndex(ParticipantTable, 0, FieldName) >= 0),
-          Attribute(d_GetDataIndex(ParticipantTable, 0, FieldAttribute) >= 0) {
-        if (Name || Attribute) Records = &d_Tables[static_cast<size_t>(ParticipantTable)].RecordIndex;
-    }
-    const std::string& of(Int record, Int field, bool there) const {
-        static const std::string none;
-        if (!there || record < 0 || static_cast<size_t>(record) >= Records->size()) return none;
-        const Int at = (*Records)[static_cast<size_t>(record)] + field;
-        return at >= 0 && static_cast<size_t>(at) < d_DataText.size() ? d_DataText[static_cast<size_t>(at)]
-                                                                      : none;
-    }
-};
+// A cell of the participant table, read in place; the store keeps it while the report is made.
+const std::string& cell(Int record, Int field) {
+    static const std::string none;
+    const Int at = d_GetDataIndex(ParticipantTable, record, field);
+    return at >= 0 && static_cast<size_t>(at) < d_DataText.size() ? d_DataText[static_cast<size_t>(at)]
+                                                                  : none;
+}
 
 // The person of a record, read into p; the padded name goes to the end of `names`.
-void person(Person& p, const Cells& cells, Int record, PieceNumbers& numbers, std::string& names) {
-    const std::string& name = cells.of(record, FieldName, cells.Name);
-    p.Attribute = &cells.of(record, FieldAttribute, cells.Attribute);
+void person(Person& p, Int record, PieceNumbers& numbers, std::string& names) {
+    const std::string& name = cell(record, FieldName);
+    p.Attribute = &cell(record, FieldAttribute);
     p.NameAt = names.size();
     p.NameBytes = name.size();
     names += name;
@@ -709,9 +689,8 @@ Report SeelenorakelReport() {
     PieceNumbers numbers;
     std::string names;
     names.reserve(count * 48 + slack);
-    const Cells cells;
     for (Int record = 1; record <= Participants; ++record)
-        person(people.emplace_back(), cells, record, numbers, names);
+        person(people.emplace_back(), record, numbers, names);
     names.append(slack, ' '); // the name copies read up to 15 bytes past the last name
     const Candidates candidates(people, numbers.Count);
     std::vector<Row> rows(people.size());
