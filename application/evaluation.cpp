@@ -711,7 +711,7 @@ Report SeelenorakelReport() {
                              heldRule = rule + std::string(slack, ' '),
                              title = "Seelenorakel Auswertung\r" + std::string(23, '=') + "\r\r";
     // The candidates give the report's length before it is written, so the text is grown about once. A
-    // section asks for room for any points on every line, which the last one may need.
+    // section asks for room for the widest name and any points on every line, which the last one may need.
     size_t estimate = 256, mostLines = 0;
     for (size_t i = 0; i < people.size(); ++i) {
         const uint64_t* chosen = candidates.of(i);
