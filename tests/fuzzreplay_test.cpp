@@ -10,7 +10,7 @@ namespace {
 using FuzzReplay = windowtest::WindowTest;
 
 TEST_F(FuzzReplay, EverySeedRunsThroughItsTarget) {
-    const auto fuzz = std::filesystem::path(__FILE__).parent_path().parent_path() / "fuzz";
+    const auto fuzz = std::filesystem::path(SEELENORAKEL_SOURCE_DIR) / "fuzz";
     const struct {
         const char* folder;
         int (*target)(const uint8_t*, size_t);
