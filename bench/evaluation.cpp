@@ -59,7 +59,7 @@ double seconds(std::chrono::steady_clock::time_point since) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
 }
 
-// Printing scrolls the window for every line, so the 1,000-participant report (a million lines) is
+// Printing scrolls the window for every line, so the 1,000-participant report (some 400,000 lines) is
 // printed in part and the whole figure worked out from its lines. Building counts the fastest of the
 // table's runs.
 void printing(bench::RatioReporter& reporter, Int participants, size_t lineLimit) {
