@@ -41,8 +41,7 @@ TEST(StartMenu, OnlyLReturnAndEscAreReadAndReturnLeadsToTheCallWhereOnlyReturnAn
     EXPECT_EQ(game.screen(), start + none + none);
 
     game.setclipboard("vorher");
-    game.enter();
-    ASSERT_TRUE(game.waitforkey());
+    ASSERT_TRUE(game.type("\r"));
     const std::string calling = game.screen();
     EXPECT_EQ(
         calling.substr(calling.find('\n', calling.find('\n') + 1) + 1),
@@ -61,8 +60,7 @@ TEST(StartMenu, OnlyLReturnAndEscAreReadAndReturnLeadsToTheCallWhereOnlyReturnAn
     EXPECT_EQ(game.screen(), calling);
     EXPECT_EQ(game.clipboard(), "vorher");
     // Return starts the questionnaire; Enter on the pad ends a form field as Return does.
-    game.enter();
-    ASSERT_TRUE(game.waitforkey());
+    ASSERT_TRUE(game.type("\r"));
     EXPECT_NE(game.screen().find("Vorname :"), std::string::npos) << game.screen();
     ASSERT_TRUE(game.type("Jo"));
     game.press(0x01000005, "\r", 0x20000000u, 104u);

@@ -2,9 +2,11 @@
 // bundle folder named by the first argument, and a line protocol on standard input. Each command is
 // carried out on the main thread and answered by one line on standard output that starts with byte 1
 // and the command's name; everything else there is the program's log.
+#include "application/application.h"
 #include "bench/qt/keylatency.h"
 #include "shell/events.h"
 #include "shell/qt/appdelegate.h"
+#include "tests/qt/harness.h"
 #include "shell/shell.h"
 #include "terminal/terminal.h"
 
@@ -31,13 +33,8 @@ void answer(const std::string& line) {
     std::fflush(stdout);
 }
 
-std::string hex(const std::string& bytes) {
-    return QByteArray::fromStdString(bytes).toHex().toStdString();
-}
-
-std::string unhex(const std::string& text) {
-    return QByteArray::fromHex(QByteArray::fromStdString(text)).toStdString();
-}
+using harness::hex;
+using harness::unhex;
 
 // Answers once the program has taken every queued key and then polled for the next one at least once.
 void answerwhenwaiting() {
@@ -148,7 +145,7 @@ int main(int argc, char** argv) {
     });
 
     applicationWillFinishLaunching();
-    QTimer::singleShot(0, [] { applicationDidFinishLaunching(); });
+    QTimer::singleShot(0, [] { applicationDidFinishLaunching(SeelenorakelMain); });
     application.exec();
     quitapplication();
 }
