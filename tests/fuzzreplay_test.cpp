@@ -10,7 +10,7 @@ namespace {
 using FuzzReplay = windowtest::WindowTest;
 
 TEST_F(FuzzReplay, EverySeedRunsThroughItsTarget) {
-    const auto fuzz = std::filesystem::path(__FILE__).parent_path().parent_path() / "fuzz";
+    const std::filesystem::path fuzz = SEELENORAKEL_FUZZ_DIR;
     const struct {
         const char* folder;
         int (*target)(const uint8_t*, size_t);

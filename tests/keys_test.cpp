@@ -104,20 +104,15 @@ class Events : public ::testing::Test {
     void SetUp() override {
         standin::install();
         t_DebugLevel = 1;
-        clearqueue();
+        testsupport::clearkeys();
         savedMemory = t_MemoryInitialized.exchange(true);
         saved = t_WindowTable[win].Initialized.exchange(true);
         t_WindowTable[win].TextRedirectOutput = 1;
     }
     void TearDown() override {
-        clearqueue();
+        testsupport::clearkeys();
         t_WindowTable[win].Initialized = saved;
         t_MemoryInitialized = savedMemory;
-    }
-    static void clearqueue() {
-        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
-        t_KeyQueue.clear();
-        t_KeyEventPending = false;
     }
     bool savedMemory = false, saved = false;
     standin::LogCapture log;

@@ -123,10 +123,7 @@ TEST(Menus, ChoicesByTag) {
     t_ProgramMenuHandler = [] {};
 
     // A menu choice ends a pause of the output, and stays in its queue.
-    {
-        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
-        t_KeyQueue.clear();
-    }
+    testsupport::clearkeys();
     t_PostKeyString("\x13");
     std::atomic<bool> paused{false};
     std::thread printer([&] { paused = t_CheckPause(19, true); });

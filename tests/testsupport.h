@@ -2,6 +2,7 @@
 #pragma once
 
 #include "application/application.h"
+#include "shell/events.h"
 #include "shell/shell.h"
 #include "store/store.h"
 
@@ -51,6 +52,13 @@ inline void freshstore() {
     t_DebugLevel = 0;
     d_DeleteDatabase(true);
     t_DebugLevel = 1;
+}
+
+// An empty key queue, as before the first key.
+inline void clearkeys() {
+    std::lock_guard<std::mutex> lock(t_KeyQueueLock);
+    t_KeyQueue.clear();
+    t_KeyEventPending = false;
 }
 
 using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute
