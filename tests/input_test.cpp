@@ -113,6 +113,23 @@ TEST_F(InputTest, YesNoQuestionByItsTable) {
     }
 }
 
+// Control with pad 7, 8 and 9 switches the output instead of typing; with Option it types. Keys for a window
+// never made are told and dropped.
+TEST_F(InputTest, ControlWithThePadSwitchesTheOutputAndOtherKeysAreQueued) {
+    standin::LogCapture log;
+    viewKeyDown(5, {0, "a", 0});
+    viewKeyDown(window, {200, stringfromscalar(0x263A), 0}); // no event: beyond the tables
+    for (auto [code, target] : {std::pair{89, 0}, {91, 2}, {92, 1}}) {
+        viewKeyDown(window, {code, "7", t_ModControl | t_ModNumericPad});
+        EXPECT_EQ(record(window).TextRedirectOutput, target) << code;
+    }
+    viewKeyDown(window, {89, "7", t_ModControl | t_ModNumericPad | t_ModOption});
+    std::lock_guard<std::mutex> hold(t_KeyQueueLock);
+    ASSERT_EQ(t_KeyQueue.size(), 1u);
+    EXPECT_EQ(t_KeyQueue.front().Value, 229);
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"viewKeyDown: Graphic window (5) not initialized."});
+}
+
 TEST_F(InputTest, KeySequencesEditAndFilterTheField) {
     struct Row {
         const char* name;
