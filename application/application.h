@@ -28,6 +28,7 @@ extern int64_t t_StatementPointer;
 // The folder that holds the application, ending in "/", followed by DataFileName.
 const std::string& datafilepath();
 
+uint8_t SeelenorakelWindow(); // the game's text window
 void SeelenorakelMain();
 // The first two steps of the run: both windows with header and rule, then the introduction.
 void SeelenorakelSetUp();

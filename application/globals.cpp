@@ -1,3 +1,5 @@
+// The game's working state: the data file's name, the participant table's numbers, the buffers of the
+// participant being asked, and the statements. Plain globals, as the run is one routine on one thread.
 #include "application/application.h"
 
 std::string DataFileName = "Seelenorakel-Daten.txt";

@@ -1,3 +1,6 @@
+// The game's data file and its participants: where the file lies, the statements read like data lines,
+// and the load at the start, which keeps the bytes of a file that did not load cleanly before anything
+// could overwrite them.
 #include "application/application.h"
 
 #include "library/library.h"
@@ -5,6 +8,11 @@
 #include "store/store.h"
 
 #include <ctime>
+
+const std::string& datafilepath() {
+    if (DataFilePath.empty()) DataFilePath = pathfolder(bundlepath()) + DataFileName;
+    return DataFilePath;
+}
 
 void t_AddStatementData(const std::string& text) {
     std::string rest = text;

@@ -1,3 +1,6 @@
+// The questionnaire: one participant's name, birthday, facts, statements and wishes asked screen by
+// screen, packed into the Attribute text and stored. The whole store is saved after each participant,
+// so that nobody who finished is lost.
 #include "application/application.h"
 
 #include "display/display.h"
@@ -11,21 +14,17 @@
 
 namespace {
 
-uint8_t window() {
-    return t_DefaultWindow.load();
-}
-
 void crs(int count) {
-    for (int i = 0; i < count; ++i) t_Cr(window());
+    for (int i = 0; i < count; ++i) t_Cr(SeelenorakelWindow());
 }
 
 void print(std::string_view text) {
-    t_Print(window(), text);
+    t_Print(SeelenorakelWindow(), text);
 }
 
 void clearscreen() {
-    t_CursorHome(window());
-    t_ClearEndOfWindow(window());
+    t_CursorHome(SeelenorakelWindow());
+    t_ClearEndOfWindow(SeelenorakelWindow());
     crs(1);
 }
 
@@ -42,12 +41,12 @@ std::string fixedwidth(Int value, size_t width) {
 // Asked again on the same line until the number is in range; nothing says what was wrong.
 Int numberfield(std::string_view prompt, Int lowest, Int highest) {
     for (;;) {
-        t_Htab(window(), 1);
+        t_Htab(SeelenorakelWindow(), 1);
         print(prompt);
-        t_ClearEndOfLine(window());
-        const Int n = numberof(t_InputForm(window(), "", "", false, 2, 25));
+        t_ClearEndOfLine(SeelenorakelWindow());
+        const Int n = numberof(t_InputForm(SeelenorakelWindow(), "", "", false, 2, 25));
         // The field's Return has moved the cursor to the next line.
-        t_Vtab(window(), t_Vpos(window()) - 1);
+        t_Vtab(SeelenorakelWindow(), t_Vpos(SeelenorakelWindow()) - 1);
         if (n >= lowest && n <= highest) return n;
     }
 }
@@ -55,7 +54,7 @@ Int numberfield(std::string_view prompt, Int lowest, Int highest) {
 // Keys that give no number in range are swallowed; a key that isn't a digit reads as 0.
 Int keyquestion(Int lowest, Int highest) {
     for (;;) {
-        const Int n = numberof(t_WaitKey(window()));
+        const Int n = numberof(t_WaitKey(SeelenorakelWindow()));
         if (n >= lowest && n <= highest) return n;
     }
 }
@@ -75,13 +74,13 @@ void menuquestion(const Menu& menu) {
         crs(1);
     }
     const Int k = static_cast<Int>(menu.Lines.size()) + 2;
-    t_Vtab(window(), t_Vpos(window()) - k);
-    t_Htab(window(), menu.Column);
+    t_Vtab(SeelenorakelWindow(), t_Vpos(SeelenorakelWindow()) - k);
+    t_Htab(SeelenorakelWindow(), menu.Column);
     const Int n = keyquestion(1, 5);
     AttributeBuffer += std::to_string(n);
     if (!menu.Echo) return;
-    t_Print(window(), bytesfrominteger(n));
-    t_Vtab(window(), t_Vpos(window()) + k);
+    t_Print(SeelenorakelWindow(), bytesfrominteger(n));
+    t_Vtab(SeelenorakelWindow(), t_Vpos(SeelenorakelWindow()) + k);
     crs(1);
 }
 
@@ -122,11 +121,11 @@ std::string nextstatement() {
 std::string name(Int line, std::string_view prompt, Int limit, std::string_view tooLong) {
     std::string text;
     do {
-        t_Vtab(window(), line);
-        t_Htab(window(), 1);
+        t_Vtab(SeelenorakelWindow(), line);
+        t_Htab(SeelenorakelWindow(), 1);
         print(prompt);
-        t_ClearEndOfLine(window());
-        text = t_InputForm(window(), "", "", false, 0, 80);
+        t_ClearEndOfLine(SeelenorakelWindow());
+        text = t_InputForm(SeelenorakelWindow(), "", "", false, 0, 80);
         if (charactercount(text) > limit) {
             crs(1);
             print(tooLong);
@@ -136,7 +135,7 @@ std::string name(Int line, std::string_view prompt, Int limit, std::string_view 
             text.clear();
         }
     } while (charactercount(text) < 2);
-    t_ClearEndOfWindow(window());
+    t_ClearEndOfWindow(SeelenorakelWindow());
     return text;
 }
 
@@ -146,7 +145,7 @@ void demand(std::string_view question, bool echo) {
     const Int n = keyquestion(0, 1);
     AttributeBuffer += std::to_string(n);
     if (!echo) return;
-    t_Print(window(), bytesfrominteger(n));
+    t_Print(SeelenorakelWindow(), bytesfrominteger(n));
     crs(2);
 }
 
@@ -164,7 +163,7 @@ bool onepass() {
         print("Ihr Name ist bereits gespeichert.");
         crs(2);
         print("Soll die alte Eintragung geändert werden? (J/N) ");
-        const Int answer = t_InputYesNo(window(), 1, true);
+        const Int answer = t_InputYesNo(SeelenorakelWindow(), 1, true);
         crs(1);
         if (answer != 1) {
             crs(1);
@@ -173,7 +172,7 @@ bool onepass() {
             print("Dann tritt ein Anderer an Ihre Stelle.");
             crs(2);
             print("Bitte irgendeine Taste drücken ");
-            t_WaitKey(window());
+            t_WaitKey(SeelenorakelWindow());
             return false;
         }
     }
@@ -218,10 +217,10 @@ bool onepass() {
     t_StatementPointer = 1;
     for (int round = 0; round < 38; ++round) {
         const std::string statement = nextstatement();
-        t_Vtab(window(), 14);
-        t_Htab(window(), 1);
+        t_Vtab(SeelenorakelWindow(), 14);
+        t_Htab(SeelenorakelWindow(), 1);
         print("Aussage: " + statement + ".");
-        t_ClearEndOfLine(window());
+        t_ClearEndOfLine(SeelenorakelWindow());
         crs(2);
         print("Ihre Meinung dazu: ");
         AttributeBuffer += std::to_string(keyquestion(1, 5));
@@ -254,7 +253,7 @@ void store() {
     static bool lastFailed = false;
     const bool failed = setstringtofile(datafilepath(), d_DumpDatabase(true, true, false)) != 0;
     if (failed != lastFailed)
-        t_WindowTitle(window(),
+        t_WindowTitle(SeelenorakelWindow(),
                       defaultwindowtitle(true) + (failed ? " – Letztes Speichern fehlgeschlagen!" : ""));
     lastFailed = failed;
     NameBuffer.clear();
@@ -277,7 +276,7 @@ void SeelenorakelInput() {
         if (!onepass()) return;
         clearscreen();
         print("Änderungen erwünscht? (J/N) ");
-        if (t_InputYesNo(window(), 1, true) != 1) break;
+        if (t_InputYesNo(SeelenorakelWindow(), 1, true) != 1) break;
         AttributeBuffer.clear();
     }
     store();

@@ -1,3 +1,5 @@
+// The run of the game: its window and introduction, the start menu, the call for the next participant,
+// and the list of those stored.
 #include "application/application.h"
 #include "display/display.h"
 #include "library/library.h"
@@ -108,9 +110,8 @@ void participantloop() {
 
 } // namespace
 
-const std::string& datafilepath() {
-    if (DataFilePath.empty()) DataFilePath = pathfolder(bundlepath()) + DataFileName;
-    return DataFilePath;
+uint8_t SeelenorakelWindow() {
+    return t_DefaultWindow.load();
 }
 
 void SeelenorakelSetUp() {

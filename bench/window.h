@@ -6,24 +6,15 @@
 #include "shell/platform.h"
 #include "shell/shell.h"
 #include "terminal/terminal.h"
+#include "tests/cellfont.h"
+#include "tests/testsupport.h"
 
-#include <climits>
 #include <cstdio>
-#include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace benchwindow {
 
 constexpr uint8_t window = 0;
-
-inline std::string builtbundle() {
-    char buffer[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (n <= 0) return {};
-    std::filesystem::path exe(std::string(buffer, static_cast<size_t>(n)));
-    return (exe.parent_path().parent_path() / "Seelenorakel.app").string();
-}
 
 // A platform whose every thread is the main thread and whose windows are tokens.
 inline void installplatform() {
@@ -40,18 +31,11 @@ inline void installplatform() {
 inline void makewindow() {
     t_DebugLevel = 0;
     t_AutoUpdateRunning = true; // no refresh process in a measurement
-    setbundlepath(builtbundle());
+    setbundlepath(testsupport::builtbundle());
     t_InitWindow(window, 24, 80, 25, 16, "MenloRegular 16x32.font");
     if (!t_WindowTable[window].Initialized) {
         std::fprintf(stderr, "bench: no built font, printing with a made-up one\n");
-        t_Font font;
-        font.Format = 2;
-        font.End = 255;
-        font.Width = 16;
-        font.Height = 32;
-        font.Data.resize(256 * 512);
-        for (size_t i = 0; i < font.Data.size(); ++i) font.Data[i] = static_cast<uint8_t>((i * 37) >> 2);
-        t_InitWindow(window, 24, true, 1280, 800, 16, 16, font, true);
+        t_InitWindow(window, 24, true, 1280, 800, 16, 16, cellfont(16, 32), true);
     }
     t_Color(window, 13);
 }

@@ -1,3 +1,5 @@
+// Fonts: the bundle's font files read and their LZW glyph data expanded, and a window's font changed.
+// A damaged file costs its font and nothing more: every size is checked before memory is taken for it.
 #include "display/display.h"
 #include "shell/shell.h"
 

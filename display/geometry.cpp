@@ -1,3 +1,5 @@
+// Window measures and operations: the palette and colours, t_WindowPos's selectors, and sizing, showing,
+// centring and titling windows. Everything the platform does happens on the main thread.
 #include "display/display.h"
 #include "shell/platform.h"
 #include "shell/shell.h"

@@ -1,3 +1,6 @@
+// The video memory: 16 MiB from which each window takes a graphic block and a text block, handed out from
+// the top down. Making a window anew gives its blocks back and moves the others up, so the memory never
+// has holes; what cannot fit is refused with its log lines and leaves the memory as it was.
 #include "display/display.h"
 #include "library/library.h"
 #include "shell/platform.h"

@@ -1,3 +1,5 @@
+// The window table and the memory flags, the platform handles of a window, and the guards every window
+// routine passes before it touches a record.
 #include "display/display.h"
 #include "shell/platform.h"
 #include "shell/shell.h"

@@ -6,18 +6,11 @@
 #include "fuzz/textwindow.h"
 #include "shell/events.h"
 #include "terminal/terminal.h"
+#include "tests/testsupport.h"
 
 namespace {
 
 using fuzzwindow::window;
-
-constexpr Int depths[] = {1, 4, 8, 16, 24, 32};
-
-void emptyqueue() {
-    std::lock_guard<std::mutex> lock(t_KeyQueueLock);
-    t_KeyQueue.clear();
-    t_KeyEventPending = false;
-}
 
 // The keys that compose reads, so that it never waits: up to three digits, and behind fewer than three a
 // key that ends them.
@@ -54,18 +47,17 @@ void check() {
     if (w.InputMaxCharacters >= 0 && length > w.InputMaxCharacters) __builtin_trap();
     if (w.InputHpos + length >= w.TextLastColumn + 1) __builtin_trap();
     if (w.InputCursorPos < 0 || w.InputCursorPos > length) __builtin_trap();
-    if (w.TextHpos < 1 || w.TextHpos > w.TextWidth || w.TextVpos < 1 || w.TextVpos > w.TextHeight)
-        __builtin_trap();
+    fuzzwindow::checkcursor();
 }
 
 } // namespace
 
 int fuzzinput(const uint8_t* data, size_t size) {
     FuzzBytes in{data, size};
-    const Int depth = depths[in.byte() % 6];
+    const Int depth = fuzzwindow::depths[in.byte() % 6];
     const Int columns = 8 + in.byte() % 32, rows = 8 + in.byte() % 4;
     fuzzwindow::open(depth, columns * 4, rows * 4, fuzzwindow::font(4, 4));
-    emptyqueue();
+    testsupport::clearkeys();
     t_Window& w = t_WindowTable[window];
     const Int first = 1 + in.byte() % columns, firstLine = 1 + in.byte() % rows;
     t_Area(window, first, firstLine, first + in.byte() % columns, firstLine + in.byte() % rows);
@@ -89,6 +81,6 @@ int fuzzinput(const uint8_t* data, size_t size) {
             fence.check();
         }
     }
-    emptyqueue();
+    testsupport::clearkeys();
     return 0;
 }

@@ -11,15 +11,12 @@ namespace {
 
 using fuzzwindow::window;
 
-constexpr Int depths[] = {1, 4, 8, 16, 24, 32};
-
 // The colour byte, written into the attribute plane as it is, is a byte by its type.
 static_assert(std::is_same_v<decltype(t_Window::TextColor), uint8_t>);
 
 void check(const fuzzwindow::Fence& fence) {
     const t_Window& w = t_WindowTable[window];
-    if (w.TextHpos < 1 || w.TextHpos > w.TextWidth || w.TextVpos < 1 || w.TextVpos > w.TextHeight)
-        __builtin_trap();
+    fuzzwindow::checkcursor();
     if (w.TextFirstColumn < 1 || w.TextFirstColumn > w.TextLastColumn || w.TextLastColumn > w.TextWidth ||
         w.TextFirstLine < 1 || w.TextFirstLine > w.TextLastLine || w.TextLastLine > w.TextHeight)
         __builtin_trap();
@@ -85,7 +82,7 @@ int fuzzprint(const uint8_t* data, size_t size) {
     // time, and the lines say nothing the checks don't.
     const int64_t level = t_DebugLevel.exchange(0);
     FuzzBytes in{data, size};
-    const Int depth = depths[in.byte() % 6];
+    const Int depth = fuzzwindow::depths[in.byte() % 6];
     const uint8_t cell = in.byte();
     const Int cellWidth = 1 + cell % 8, cellHeight = 1 + cell / 8 % 8;
     const Int width = 32 + in.byte() % 8 * 8, height = 32 + in.byte() % 8 * 8;

@@ -1,14 +1,26 @@
 // Feeds arbitrary bytes to the data file reader. The first byte chooses the mode: odd appends to a
 // store that has the participant table and a table of every type, even rebuilds the store from the file.
-#include "fuzz/appendstructure.h"
 #include "fuzz/entry.h"
 #include "store/store.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 namespace {
+
+// The store that appending inputs feed: the participant table, a table of every type, and one without
+// fields.
+void appendstructure() {
+    d_DeleteDatabase(true);
+    const Int people = d_CreateTable("Seelenorakel");
+    d_CreateField(people, "Name", d_TypeString);
+    d_CreateField(people, "Attribute", d_TypeString);
+    const Int typed = d_CreateTable("Typen");
+    for (Int type = 0; type <= 8; ++type) d_CreateField(typed, "F" + std::to_string(type), type);
+    d_CreateTable("Ohne Felder");
+}
 
 void checkstore() {
     // What the reader leaves must still hold together: every record inside the allocated cells.

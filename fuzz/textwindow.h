@@ -6,6 +6,7 @@
 #include "display/display.h"
 #include "shell/platform.h"
 #include "shell/shell.h"
+#include "tests/cellfont.h"
 
 #include <sanitizer/asan_interface.h>
 
@@ -21,33 +22,32 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <map>
+#include <utility>
 #include <vector>
 
 namespace fuzzwindow {
 
 constexpr uint8_t window = 0, neighbour = 1;
+constexpr Int depths[] = {1, 4, 8, 16, 24, 32};
 constexpr Int topOfMemory = 0xFFFFFF; // where the first window's block ends
 
-// Every glyph a ramp of greys of its own, so that plots of different symbols write different bytes. Out
-// of line: inlined, GCC 12 takes the font's default identifier for uninitialised.
-[[gnu::noinline]] inline t_Font font(Int width, Int height, uint8_t start = 0, uint8_t end = 255) {
-    t_Font f;
-    f.Format = 2;
+// Made once per cell size: making a font costs more than most inputs' plotting.
+inline t_Font font(Int width, Int height, uint8_t start = 0, uint8_t end = 255) {
+    static std::map<std::pair<Int, Int>, t_Font> made;
+    auto [at, fresh] = made.try_emplace({width, height});
+    if (fresh) at->second = cellfont(width, height);
+    t_Font f = at->second;
     f.Start = start;
     f.End = end;
-    f.Width = width;
-    f.Height = height;
-    // The ramps of every cell size are the start of one pattern, made once.
-    static const std::vector<uint8_t> pattern = [] {
-        std::vector<uint8_t> bytes(256 * 16 * 16);
-        for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 29 + i / 7);
-        return bytes;
-    }();
-    const size_t size = static_cast<size_t>(256 * width * height);
-    if (size > pattern.size()) std::abort();
-    f.Data.assign(pattern.begin(), pattern.begin() + static_cast<std::ptrdiff_t>(size));
-    f.Size = static_cast<Int>(f.Data.size());
     return f;
+}
+
+// Traps unless window 0's cursor stands in its grid.
+inline void checkcursor() {
+    const t_Window& w = t_WindowTable[window];
+    if (w.TextHpos < 1 || w.TextHpos > w.TextWidth || w.TextVpos < 1 || w.TextVpos > w.TextHeight)
+        __builtin_trap();
 }
 
 // Installed again only when someone else has installed a port since: each install is kept for good.
@@ -94,80 +94,50 @@ inline void open(Int depth, Int width, Int height, const t_Font& cells) {
     make(window, depth, width, height, cells);
 }
 
-// Where a byte outside window 0's two blocks may not change.
-struct Outside {
-    Int lowEnd;    // [0, lowEnd)
-    Int highStart; // [highStart, size)
-};
-
-inline Outside outside() {
-    const t_Window& w = t_WindowTable[window];
-    return {std::min(w.TextMemoryStart, w.MemoryStart), std::max(w.TextMemoryEnd, w.MemoryEnd) + 1};
-}
-
-// Four running sums of words and four of those, unchecked by AddressSanitizer, which has these bytes
-// poisoned while an input runs, and uncounted by the fuzzer, whose comparison hooks would cost more than
-// the sum.
-#if defined(__clang__)
-#define FUZZ_UNCHECKED __attribute__((no_sanitize("address", "coverage")))
-#else
-#define FUZZ_UNCHECKED __attribute__((no_sanitize_address))
-#endif
-FUZZ_UNCHECKED inline uint64_t sum(const uint8_t* from, const uint8_t* to) {
-    uint64_t a[4] = {1, 1, 1, 1}, b[4] = {};
-    for (; to - from >= 32; from += 32)
-        for (int k = 0; k < 4; ++k) {
-            uint64_t word;
-            __builtin_memcpy(&word, from + 8 * k, 8);
-            a[k] += word;
-            b[k] += a[k];
-        }
-    for (; from < to; ++from) {
-        a[0] += *from;
-        b[0] += a[0];
-    }
-    uint64_t out = 0;
-    for (int k = 0; k < 4; ++k) out = out * 0x100000001B3 ^ a[k] ^ (b[k] << 1);
-    return out;
-}
-
 // Watches the memory outside window 0's blocks while an input runs. Where AddressSanitizer is, it poisons
-// those bytes and so reports the first touch at the instruction that makes it; a checksum at the end of
-// the input then needs to cover only the neighbour's blocks above and the 64 KiB below, where a row or
-// cell past a block's end lands first. Without it the checksum covers all of them after every step. The
-// block bounds are multiples of 0x400, so the poison fits them exactly.
+// those bytes and so reports the first touch at the instruction that makes it; a comparison at the end
+// of the input then needs to cover only the neighbour's blocks above and the 64 KiB below, where a row or
+// cell past a block's end lands first. Without it, all of the memory outside is compared after every step.
 class Fence {
   public:
     Fence() {
-        ASAN_POISON_MEMORY_REGION(t_VideoMemory.data(), static_cast<size_t>(o.lowEnd));
-        ASAN_POISON_MEMORY_REGION(t_VideoMemory.data() + o.highStart, t_VideoMemory.size() - o.highStart);
+        uint8_t* base = t_VideoMemory.data();
+        const Int size = static_cast<Int>(t_VideoMemory.size());
+#ifdef FUZZ_FENCED
+        const t_Window& n = t_WindowTable[neighbour];
+        from = std::max<Int>(0, low - 0x10000), to = std::max(n.MemoryEnd, n.TextMemoryEnd) + 1;
+#else
+        from = 0, to = size;
+#endif
+        below.assign(base + from, base + low);
+        above.assign(base + high, base + to);
+        // The block bounds are multiples of 0x400, so the poison fits them exactly.
+        ASAN_POISON_MEMORY_REGION(base, static_cast<size_t>(low));
+        ASAN_POISON_MEMORY_REGION(base + high, static_cast<size_t>(size - high));
     }
     ~Fence() {
-        if (checksum() != before) __builtin_trap();
         ASAN_UNPOISON_MEMORY_REGION(t_VideoMemory.data(), t_VideoMemory.size());
+        if (changed()) __builtin_trap();
     }
     Fence(const Fence&) = delete;
     Fence& operator=(const Fence&) = delete;
     void check() const {
 #ifndef FUZZ_FENCED
-        if (checksum() != before) __builtin_trap();
+        if (changed()) __builtin_trap();
 #endif
     }
 
   private:
-    uint64_t checksum() const {
+    bool changed() const {
         const uint8_t* base = t_VideoMemory.data();
-#ifdef FUZZ_FENCED
-        const t_Window& n = t_WindowTable[neighbour];
-        const Int low = std::max<Int>(0, o.lowEnd - 0x10000),
-                  high = std::max(n.MemoryEnd, n.TextMemoryEnd) + 1;
-#else
-        const Int low = 0, high = static_cast<Int>(t_VideoMemory.size());
-#endif
-        return sum(base + low, base + o.lowEnd) * 31 + sum(base + o.highStart, base + high);
+        return !std::equal(below.begin(), below.end(), base + from) ||
+               !std::equal(above.begin(), above.end(), base + high);
     }
-    const Outside o = outside();
-    const uint64_t before = checksum();
+    const t_Window& w = t_WindowTable[window];
+    const Int low = std::min(w.TextMemoryStart, w.MemoryStart),
+              high = std::max(w.TextMemoryEnd, w.MemoryEnd) + 1;
+    Int from = 0, to = 0;
+    std::vector<uint8_t> below, above; // the bytes from from to low, and from high to to
 };
 
 } // namespace fuzzwindow

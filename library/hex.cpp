@@ -1,3 +1,4 @@
+// The hexadecimal digit tables, filled once at start by initkbtools, which also seeds random().
 #include "library/library.h"
 #include "shell/shell.h"
 

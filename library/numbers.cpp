@@ -1,3 +1,5 @@
+// Numbers as German texts (comma for the point, dots between thousands) and texts as numbers, read
+// forgivingly: a text that isn't a number reads as 0, never as an error.
 #include "library/library.h"
 #include "shell/shell.h"
 

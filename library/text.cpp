@@ -1,3 +1,5 @@
+// Text, the toolkit's string of one byte a character: comparing, hashing, and turning it into UTF-8 and
+// back. On the way to UTF-8, ESC, four hex digits and GS stand for a character beyond a byte.
 #include "library/library.h"
 #include "shell/shell.h"
 

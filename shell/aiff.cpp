@@ -1,3 +1,5 @@
+// Reads the beep's sound: an AIFF file's COMM and SSND chunks decoded into 16-bit samples. A file cut off
+// or of another kind is refused with one log line and read no further than it goes.
 #include "shell/shell.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// The beep: the bundle's sound, fetched once and played by the platform, else the platform's own beep.
+// Beeps that come while the sound still plays are dropped, so a burst of them sounds once.
 #include "shell/platform.h"
 #include "shell/shell.h"
 

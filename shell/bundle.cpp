@@ -1,3 +1,5 @@
+// Where the program's bundle folder lies: worked out from the running executable, unless a test or the
+// harness has named another.
 #include "shell/shell.h"
 
 #include <climits>

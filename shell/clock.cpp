@@ -1,3 +1,5 @@
+// The toolkit's clock: seconds since 2001, read from the wall clock once and moved on by the steady
+// clock after that, so that the time never steps back.
 #include "shell/shell.h"
 
 #include <chrono>

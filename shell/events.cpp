@@ -1,3 +1,5 @@
+// Key and mouse events from the views into the queues the program thread reads: each key turned into the
+// toolkit's Value through the key tables, Control with the pad switching the output instead of typing.
 #include "shell/events.h"
 
 #include "display/display.h"

@@ -1,3 +1,5 @@
+// Whole files read and written. A file is replaced by renaming a complete, synced copy over it, so that
+// a crash or a full disk at any moment leaves the old file or the new one whole, never a mix.
 #include "shell/shell.h"
 
 #include <atomic>

@@ -1,3 +1,5 @@
+// The German PC keyboard as the X11 desktop delivers it, turned into the key events of the toolkit: key
+// codes by position, dead keys composed with the next letter, the Option and Control layers.
 #include "shell/keymap.h"
 
 #include "library/library.h"

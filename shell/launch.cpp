@@ -1,4 +1,5 @@
-#include "application/application.h"
+// The launch: the steps the host calls before and inside its event loop, the title bar measured, and the
+// program routine the host hands over started on a thread of its own with a large stack.
 #include "library/library.h"
 #include "shell/platform.h"
 #include "shell/shell.h"
@@ -35,8 +36,4 @@ void applicationDidFinishLaunching(const std::function<void()>& program) {
     debuglog("Program: Start.");
     startprocess(program, 0x40000000);
     debuglog("applicationDidFinishLaunching: End.");
-}
-
-void applicationDidFinishLaunching() {
-    applicationDidFinishLaunching(SeelenorakelMain);
 }

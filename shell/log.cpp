@@ -1,3 +1,5 @@
+// The log: whole lines to standard output or to a sink a test installs. Pieces of a line collect per
+// thread, so two threads never share one output line.
 #include "shell/shell.h"
 
 #include <cstdio>

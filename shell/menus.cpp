@@ -1,3 +1,5 @@
+// What a chosen menu item does, found by its tag: side windows shown and hidden, copying, the file
+// panels, the menu clean-up at start, and the screen's graphic characters as plain text for the clipboard.
 #include "shell/menus.h"
 
 #include "display/display.h"

@@ -1,3 +1,4 @@
+// The general pasteboard from any thread: it belongs to the main thread, so every call crosses there.
 #include "shell/platform.h"
 #include "shell/shell.h"
 

@@ -148,10 +148,10 @@ extern std::atomic<bool> StartProcessPending;
 extern std::function<void()> StartProcessFunction;
 extern int64_t StartProcessStackSize;
 
-// The launch, in the order the host calls it: before its event loop runs, then from inside it.
+// The launch, in the order the host calls it: before its event loop runs, then from inside it with the
+// program routine, which gets a thread of its own.
 void applicationWillFinishLaunching();
 void applicationDidFinishLaunching(const std::function<void()>& program);
-void applicationDidFinishLaunching();
 
 // The general pasteboard from any thread: the calls cross to the main thread.
 void setpasteboardstring(std::string_view text); // clears it, then puts the text on it

@@ -1,3 +1,5 @@
+// The end of the program: "(Programm Ende)" in its window, then only the program thread ends, so that
+// the windows stay until the application is quit. A coverage build writes its counts from here too.
 #include "display/display.h"
 #include "shell/platform.h"
 #include "shell/shell.h"

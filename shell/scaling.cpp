@@ -1,3 +1,5 @@
+// Fitting a display window's picture into the room the desktop gives it: the scale that fits and whether
+// its pixels stay sharp, the zoom steps, and a click in the room taken back to the picture's pixel.
 #include "shell/scaling.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Our own thread numbers: 1 for the main thread, then 2, 3 and on for the threads we start, so that the
+// log and the checks can tell them apart.
 #include "shell/shell.h"
 
 namespace {

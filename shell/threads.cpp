@@ -1,3 +1,5 @@
+// Threads: the program thread and the pool, the installed platform port, and blocks run on the main
+// thread, synchronously or not.
 #include "shell/platform.h"
 #include "shell/shell.h"
 

@@ -1,3 +1,5 @@
+// The data file reader: line by line into the store, either rebuilding it or appending to the tables in
+// memory. A broken line is an error with its log line, and the lines after it are still read.
 #include "store/store.h"
 #include "store/storeinternal.h"
 

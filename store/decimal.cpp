@@ -1,3 +1,4 @@
+// Numbers as plain decimal text for the store's log lines and its dump.
 #include "store/storeinternal.h"
 
 #include <charconv>

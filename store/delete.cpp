@@ -1,3 +1,5 @@
+// Deleting records, a table's records, tables and the whole store. Cells are blanked, never handed back:
+// the cell counter only grows until the whole store goes.
 #include "store/store.h"
 #include "store/storeinternal.h"
 

@@ -1,3 +1,5 @@
+// The dump: the store as text, plain as the data file holds it or padded for a person to read. The text
+// is sized first so that it grows once.
 #include "store/store.h"
 #include "store/storeinternal.h"
 

@@ -1,3 +1,5 @@
+// The store's tables, fields and records: creating them, typed cells read and written with their search
+// keys, and the search for a unique record.
 #include "store/store.h"
 #include "store/storeinternal.h"
 

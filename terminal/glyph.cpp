@@ -314,44 +314,59 @@ void redirected(uint8_t symbol) {
     debuglogpart(stringfromscalar(symbol));
 }
 
-} // namespace
+// The cell guards of both plotters, in the order they are tested, so that no product is formed from a
+// column or line outside the grid. A single glyph logs the one it fails; a run just stops before it.
+enum class Cell { Plottable, NoFont, OffGrid, PastTextBlock };
 
-namespace {
+// The symbol plane's size: the colour plane is the text block's second half.
+Int textplane(const t_Window& w) {
+    return (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
+}
 
-// Everything after the redirection and the guard.
+Cell checkcell(const t_Window& w, Int x, Int y) {
+    if (w.Font.Data.empty()) return Cell::NoFont;
+    // The grid test is ours, beyond the plain pixel test: it keeps the cell inside the text block when
+    // the font was changed for one of another size, and refuses cells left of or above the grid.
+    if (x < 1 || y < 1 || x > w.TextWidth || y > w.TextHeight || w.Width < w.Font.Width * x ||
+        w.Height < w.Font.Height * y)
+        return Cell::OffGrid;
+    // This guard and the two on the font cell and the graphic block below are ours: they keep a damaged
+    // record or font from writing outside the memory.
+    const Int cell = (x - 1) + w.TextWidth * (y - 1);
+    if (cell >= textplane(w) || w.TextMemoryEnd >= static_cast<Int>(t_VideoMemory.size()))
+        return Cell::PastTextBlock;
+    return Cell::Plottable;
+}
+
+bool cellsizefits(Int width, Int height) {
+    return width >= 1 && width <= 255 && height >= 1 && height <= 255;
+}
+
+bool graphicblockfits(const t_Window& w, Int stride) {
+    return w.MemoryStart >= 0 && w.MemoryStart + w.Height * stride - 1 <= w.MemoryEnd &&
+           w.MemoryEnd < static_cast<Int>(t_VideoMemory.size());
+}
+
+std::string refusal(Cell cell, uint8_t window, Int x, Int y) {
+    const std::string name = "t_PrintSymbol: Window #" + std::to_string(window);
+    if (cell == Cell::NoFont) return name + " not initialized.";
+    return name + (cell == Cell::OffGrid ? " illegal coordinates" : " text block too small for cell") +
+           " (x = " + std::to_string(x) + ", y = " + std::to_string(y) + ").";
+}
+
+// Everything after the redirection and the text guard.
 void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
     t_Window& w = t_WindowTable[window];
     const t_Font& font = w.Font;
-    if (font.Data.empty()) {
-        if (debuglogging())
-            debuglog("t_PrintSymbol: Window #" + std::to_string(window) + " not initialized.");
-        return;
-    }
-    const Int fw = font.Width, fh = font.Height;
-    // The grid test is ours, beyond the plain pixel test: it keeps the cell inside the text block when
-    // the font was changed for one of another size, and refuses cells left of or above the grid.
-    if (x < 1 || y < 1 || x > w.TextWidth || y > w.TextHeight || w.Width < fw * x || w.Height < fh * y) {
-        if (debuglogging())
-            debuglog("t_PrintSymbol: Window #" + std::to_string(window) +
-                     " illegal coordinates (x = " + std::to_string(x) + ", y = " + std::to_string(y) + ").");
-        return;
-    }
-    const Int cell = (x - 1) + w.TextWidth * (y - 1);
-    const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
-    const Int memory = static_cast<Int>(t_VideoMemory.size());
-    // This guard and the two on the font cell and its glyph data below are ours, each with its log line:
-    // they keep a damaged record or font from writing outside the memory.
-    if (cell >= half || w.TextMemoryEnd >= memory) {
-        if (debuglogging())
-            debuglog("t_PrintSymbol: Window #" + std::to_string(window) +
-                     " text block too small for cell (x = " + std::to_string(x) +
-                     ", y = " + std::to_string(y) + ").");
+    if (const Cell cell = checkcell(w, x, y); cell != Cell::Plottable) {
+        if (debuglogging()) debuglog(refusal(cell, window, x, y));
         return;
     }
 
     uint8_t fg = color >> 4, bg = color & 0x0F;
     if (w.TextInverse) std::swap(fg, bg);
 
+    const Int fw = font.Width, fh = font.Height;
     const bool inRange = symbol >= font.Start && symbol <= font.End;
     if (inRange && font.Format != 2) {
         // The format that expanding would give does not depend on the glyph data, so none is decoded.
@@ -363,31 +378,25 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
         else
             debuglog("t_PrintSymbol: Illegal font format.");
     } else if (inRange) {
-        const Int glyphSize = fw * fh;
         const PlotLoop loop = loopfor(w.BitDepth);
         const Int stride = stridefor(w.BitDepth, w.Width);
-        if (fw < 1 || fw > 255 || fh < 1 || fh > 255) {
+        if (!cellsizefits(fw, fh)) {
             if (debuglogging())
                 debuglog("t_PrintSymbol: Font cell of " + std::to_string(fw) + " x " + std::to_string(fh) +
                          " pixel cannot be plotted.");
-        } else if (static_cast<Int>(font.Data.size()) < glyphSize * (symbol + 1)) {
+        } else if (static_cast<Int>(font.Data.size()) < fw * fh * (symbol + 1)) {
             if (debuglogging())
                 debuglog("t_PrintSymbol: Font has no glyph data for symbol " + std::to_string(symbol) + ".");
-        } else if (loop && w.MemoryStart >= 0 && w.MemoryStart + w.Height * stride - 1 <= w.MemoryEnd &&
-                   w.MemoryEnd < memory) {
-            Plot p{font.Data.data() + glyphSize * symbol,
-                   t_VideoMemory.data() + w.MemoryStart + fh * (y - 1) * stride,
-                   stride,
-                   fw * (x - 1),
-                   fw,
-                   fh,
-                   &pairtables()[fg * 16 + bg]};
-            loop(p);
+        } else if (loop && graphicblockfits(w, stride)) {
+            loop(Plot{font.Data.data() + fw * fh * symbol,
+                      t_VideoMemory.data() + w.MemoryStart + fh * (y - 1) * stride, stride, fw * (x - 1), fw,
+                      fh, &pairtables()[fg * 16 + bg]});
         }
     }
 
     uint8_t* text = t_VideoMemory.data() + w.TextMemoryStart;
-    text[half + cell] = static_cast<uint8_t>(fg * 16 + bg);
+    const Int cell = (x - 1) + w.TextWidth * (y - 1);
+    text[textplane(w) + cell] = static_cast<uint8_t>(fg * 16 + bg);
     text[cell] = symbol;
 }
 
@@ -421,22 +430,13 @@ void plotsymbol(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
 Int plotrun(uint8_t window, const uint8_t* symbols, Int count) {
     t_Window& w = t_WindowTable[window];
     const t_Font& font = w.Font;
-    const Int fw = font.Width, fh = font.Height;
-    if (w.TextRedirectOutput != 1 || w.BitDepth != 24 || font.Data.empty() || font.Format != 2 || fw < 1 ||
-        fw > 255 || fh < 1 || fh > 255 || fw * fh > cacheableGlyph)
+    const Int fw = font.Width, fh = font.Height, x = w.TextHpos, y = w.TextVpos, stride = w.Width * 3;
+    // Only the cells that plotguarded would take without a word.
+    if (w.TextRedirectOutput != 1 || w.BitDepth != 24 || checkcell(w, x, y) != Cell::Plottable ||
+        font.Format != 2 || !cellsizefits(fw, fh) || fw * fh > cacheableGlyph || !graphicblockfits(w, stride))
         return 0;
-    // The cells that plotguarded would take without a word, in the same order of tests, so that no product
-    // is formed from a column or line outside the grid.
-    const Int x = w.TextHpos, y = w.TextVpos;
-    if (x < 1 || y < 1 || x > w.TextWidth || y > w.TextHeight || w.Width < fw * x || w.Height < fh * y)
-        return 0;
-    const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
-    const Int memory = static_cast<Int>(t_VideoMemory.size());
-    const Int stride = w.Width * 3;
+    const Int half = textplane(w);
     const Int line = w.TextWidth * (y - 1);
-    if (x - 1 + line >= half || w.TextMemoryEnd >= memory || w.MemoryStart < 0 ||
-        w.MemoryStart + w.Height * stride - 1 > w.MemoryEnd || w.MemoryEnd >= memory)
-        return 0;
     // The area's last column is left to printcode, since stepping from it breaks the line.
     const Int last = std::min({w.TextLastColumn - 1, w.TextWidth, w.Width / fw, half - line});
     Int n = std::min({count, last - x + 1, maxRun});

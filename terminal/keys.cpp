@@ -1,3 +1,5 @@
+// Reading keys on the program thread: the wait for a key with its cursor shown, the pause of the output
+// on Ctrl-S, and the yes/no question.
 #include "terminal/terminal.h"
 
 #include "display/display.h"

@@ -21,7 +21,7 @@ TEST_F(Geometry, ColoursMeasuresAndThePlatformCalls) {
         EXPECT_EQ(t_WindowPos(9, s), side[s]) << "selector " << s;
     }
     // A live window measures its record, whatever the user did to the frame.
-    quietwindow(2, 24, 640, 400, 16, 12, windowtest::cellfont(16, 32));
+    quietwindow(2, 24, 640, 400, 16, 12, cellfont(16, 32));
     t_Window& w = t_WindowTable[2];
     w.TextFirstColumn = 3, w.TextLastColumn = 38, w.TextFirstLine = 2, w.TextLastLine = 11;
     recorder->frame[2] = {100.9, 250.5, 999, 999};

@@ -1,4 +1,5 @@
-// Line input: key sequences typed ahead into a form field and what the field then holds and shows.
+// Reading keys on the program thread: the wait with its cursor, the output pause, the yes/no question, and
+// line input, key sequences typed ahead into a form field and what the field then holds and shows.
 #include "terminal_fixture.h"
 
 #include "application/application.h"
@@ -7,33 +8,35 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
+#include <sstream>
 #include <thread>
 
 namespace {
 
+using termtest::quietly;
 using termtest::record;
 
 constexpr uint8_t window = 0;
 
 struct InputTest : termtest::TerminalTest {
-    std::shared_ptr<standin::Screen> screen;
     void SetUp() override {
         TerminalTest::SetUp();
-        initkbtools();
-        screen = standin::install();
         makewindow(window, 24, 20, 8);
-        clearqueue();
+        testsupport::clearkeys();
     }
     void TearDown() override {
-        clearqueue();
+        testsupport::clearkeys();
         TerminalTest::TearDown();
     }
-    static void clearqueue() {
-        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
-        t_KeyQueue.clear();
-        t_KeyEventPending = false;
+    // A key as a view hands it over; with a key code below 255 and the control flag, Ctrl-S.
+    static void typed(const std::string& characters, Int keyCode = 255, uint64_t flags = 0) {
+        t_KeyEventHandler(window, t_PlatformKey{keyCode, characters, flags});
+    }
+    // Until the program thread has been through this many more polls of a wait.
+    static bool polled(Int more) {
+        const Int from = t_KeyWaitPolls.load();
+        return standin::waitfor([&] { return t_KeyWaitPolls.load() >= from + more; });
     }
     // A form whose keys are queued already; Return comes once the field has taken them all and waits.
     static std::string formafterdrain(Int mode, Int maximum) {
@@ -47,18 +50,85 @@ struct InputTest : termtest::TerminalTest {
         typist.join();
         return result;
     }
-    // The field's line as it stands on the screen, without the blanks at its end.
+    // The line as it stands on the screen, without the blanks at its end.
     static std::string line(Int y) {
-        std::string text = t_GetScreen(window, "\n");
+        std::istringstream rows(t_GetScreen(window, "\n"));
         std::string row;
-        for (Int i = 1; i <= y; ++i) {
-            const size_t cut = text.find('\n');
-            row = text.substr(0, cut);
-            text.erase(0, cut == std::string::npos ? text.size() : cut + 1);
-        }
+        for (Int i = 1; i <= y; ++i)
+            if (!std::getline(rows, row)) row.clear();
         return row.substr(0, row.find_last_not_of(' ') + 1);
     }
 };
+
+TEST_F(InputTest, WaitingShowsTheCursorUntilAKeyComes) {
+    std::string got;
+    quietly([] { t_Print(window, "ab"); });
+    t_CursorLeft(window); // on the "b"
+    const std::vector<uint8_t> before = graphicblock(window);
+    std::thread program([&] { got = t_WaitKey(window); });
+    ASSERT_TRUE(polled(2));
+    EXPECT_NE(graphicblock(window), before) << "no inverted cell while waiting";
+    typed("ä");
+    program.join();
+    EXPECT_EQ(got, "ä");
+    EXPECT_EQ(graphicblock(window), before);
+    EXPECT_EQ(t_NextEvent(), -1);
+}
+
+// Ctrl-S typed while output runs: printing stops at the next check, the keys typed before it are lost,
+// the key (or menu choice) that ends the pause is used up, and the one after it is read.
+TEST_F(InputTest, AKeyTypedWhileOutputIsPausedResumesItAndIsNotDelivered) {
+    quietly([] { t_Print(window, "ab"); });
+    for (bool menu : {false, true}) {
+        typed("x");
+        typed("\x13", 1, t_ModControl);
+        std::atomic<bool> printed{false};
+        std::thread program([&] { t_Print(window, "cd"), printed = true; });
+        ASSERT_TRUE(polled(3));
+        EXPECT_FALSE(printed.load());
+        EXPECT_TRUE(([] { return std::scoped_lock(t_KeyQueueLock), t_KeyQueue.empty(); }())); // x is lost
+        EXPECT_EQ(t_GetScreen(window, "\r"), menu ? "abcdcd" : "abcd"); // the check comes after the text
+        menu ? void(t_MenuQueueSize++) : typed("y");
+        program.join();
+        typed("z");
+        EXPECT_EQ(t_WaitKey(window), "z");
+    }
+}
+
+TEST_F(InputTest, YesNoQuestionByItsTable) {
+    const struct {
+        std::string key;
+        Int fallback, result;
+        const char* echo;
+    } rows[] = {
+        {"\r", 1, 1, "J"}, {"\r", 0, 0, "N"}, {" ", -5, -5, "N"}, {"\x1b", 1, -1, "N"}, {"J", 0, 1, "J"},
+        {"y", 0, 1, "J"},  {"n", 1, 0, "N"},  {"N", 1, 0, "N"},   {"ä", 1, -2, "N"},    {"j", 0, 1, ""},
+    };
+    for (const auto& row : rows) {
+        quietly([] { t_Print(window, "\fJa?Q\b"); });
+        typed(row.key);
+        EXPECT_EQ(t_InputYesNo(window, row.fallback, *row.echo != 0), row.result) << row.key;
+        // The cell under the cursor was cleared, then the answer's letter put there; without echo, nothing.
+        EXPECT_EQ(t_GetScreen(window, "\r"), std::string("Ja?") + (*row.echo ? row.echo : "Q")) << row.key;
+    }
+}
+
+// Control with pad 7, 8 and 9 switches the output instead of typing; with Option it types. Keys for a window
+// never made are told and dropped.
+TEST_F(InputTest, ControlWithThePadSwitchesTheOutputAndOtherKeysAreQueued) {
+    standin::LogCapture log;
+    viewKeyDown(5, {0, "a", 0});
+    viewKeyDown(window, {200, stringfromscalar(0x263A), 0}); // no event: beyond the tables
+    for (auto [code, target] : {std::pair{89, 0}, {91, 2}, {92, 1}}) {
+        viewKeyDown(window, {code, "7", t_ModControl | t_ModNumericPad});
+        EXPECT_EQ(record(window).TextRedirectOutput, target) << code;
+    }
+    viewKeyDown(window, {89, "7", t_ModControl | t_ModNumericPad | t_ModOption});
+    std::lock_guard<std::mutex> hold(t_KeyQueueLock);
+    ASSERT_EQ(t_KeyQueue.size(), 1u);
+    EXPECT_EQ(t_KeyQueue.front().Value, 229);
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"viewKeyDown: Graphic window (5) not initialized."});
+}
 
 TEST_F(InputTest, KeySequencesEditAndFilterTheField) {
     struct Row {
@@ -126,21 +196,21 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
     t_Htab(window, 1);
     t_PostKeyString("Grüße\03602720AC\036029\014\r");
     EXPECT_EQ(t_InputForm(window, "", "", false, 1, 80), "Grüße\03320AC\035");
-    EXPECT_EQ(screen->pasteboard, "Grüße€");
+    EXPECT_EQ(recorder->pasteboard, "Grüße€");
 
     // Paste: the first line only, through the key queue and its filters.
-    screen->pasteboard = "12a34\nzweite Zeile";
+    recorder->pasteboard = "12a34\nzweite Zeile";
     t_PostKeyString("\x16");
     EXPECT_EQ(formafterdrain(2, 25), "1234");
     // A scalar above 255 arrives as ESC and cancels; its digits and GS wait for the next reader.
-    screen->pasteboard = "a€b";
+    recorder->pasteboard = "a€b";
     t_PostKeyString("\x16");
     EXPECT_EQ(t_InputForm(window, "", "", false, 0, 80), "");
     std::string rest;
     while (t_KeyEventPending.load()) rest += stringfromscalar(t_NextEvent());
     EXPECT_EQ(rest, "20AC\035b");
     // A paste far larger than the field yields what fits.
-    screen->pasteboard = std::string(100000, 'x');
+    recorder->pasteboard = std::string(100000, 'x');
     t_PostKeyString("\x16");
     EXPECT_EQ(formafterdrain(0, 10), std::string(10, 'x'));
 }
@@ -176,7 +246,7 @@ TEST_F(InputTest, KeysArrivingWhileTheReportPrintsAreKeptInOrder) {
             t_PostKeyString(keys);
         }
     });
-    termtest::quietly(SeelenorakelEvaluation);
+    quietly(SeelenorakelEvaluation);
     typist.join();
     t_AutoUpdateRunning = false;
     t_RefreshWake();
@@ -185,10 +255,10 @@ TEST_F(InputTest, KeysArrivingWhileTheReportPrintsAreKeptInOrder) {
     EXPECT_GT(frames.load(), 0);
     // The whole report reached the clipboard: a section for everyone, and the footer last.
     size_t sections = 0;
-    for (size_t at = 0; (at = screen->pasteboard.find("\nAuswertung für ", at)) != std::string::npos; ++at)
+    for (size_t at = 0; (at = recorder->pasteboard.find("\nAuswertung für ", at)) != std::string::npos; ++at)
         ++sections;
     EXPECT_EQ(sections, 1000u);
-    EXPECT_TRUE(screen->pasteboard.ends_with("\n*: Es wird das andere Geschlecht bevorzugt.\n"));
+    EXPECT_TRUE(recorder->pasteboard.ends_with("\n*: Es wird das andere Geschlecht bevorzugt.\n"));
     int taken = 0;
     for (Int value; (value = t_NextEvent()) >= 0; ++taken)
         if (value != 'a' + taken % 26) break;

@@ -1,8 +1,5 @@
 // Keys of a German PC keyboard as the X11 desktop delivers them (X keycode, Qt key, text, modifiers), through
-// the translation and the key tables down to the Value a program reads; then from a view into the queue.
-#include "spine_standin.h"
-
-#include "display/display.h"
+// the translation and the key tables down to the Value a program reads.
 #include "shell/events.h"
 #include "shell/keymap.h"
 
@@ -94,49 +91,6 @@ TEST(Keymap, DeadKeysComposeTheNextLetter) {
         const auto& s = steps[i];
         EXPECT_EQ(press(s.scan, s.key, s.text, s.mods, &state, s.repeat).value, s.value) << "step " << i;
     }
-}
-
-constexpr uint8_t win = 3;
-
-// Window 3 made by hand; it and the memory flag are put back afterwards.
-class Events : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        standin::install();
-        t_DebugLevel = 1;
-        clearqueue();
-        savedMemory = t_MemoryInitialized.exchange(true);
-        saved = t_WindowTable[win].Initialized.exchange(true);
-        t_WindowTable[win].TextRedirectOutput = 1;
-    }
-    void TearDown() override {
-        clearqueue();
-        t_WindowTable[win].Initialized = saved;
-        t_MemoryInitialized = savedMemory;
-    }
-    static void clearqueue() {
-        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
-        t_KeyQueue.clear();
-        t_KeyEventPending = false;
-    }
-    bool savedMemory = false, saved = false;
-    standin::LogCapture log;
-};
-
-// Control with pad 7, 8 and 9 switches the output instead of typing; with Option it types. Keys for a window
-// never made are told and dropped.
-TEST_F(Events, ControlWithThePadSwitchesTheOutputAndOtherKeysAreQueued) {
-    viewKeyDown(9, {0, "a", 0});
-    viewKeyDown(win, {200, stringfromscalar(0x263A), 0}); // no event: beyond the tables
-    for (auto [code, target] : {std::pair{89, 0}, {91, 2}, {92, 1}}) {
-        viewKeyDown(win, {code, "7", t_ModControl | t_ModNumericPad});
-        EXPECT_EQ(t_WindowTable[win].TextRedirectOutput, target) << code;
-    }
-    viewKeyDown(win, {89, "7", t_ModControl | t_ModNumericPad | t_ModOption});
-    std::lock_guard<std::mutex> hold(t_KeyQueueLock);
-    ASSERT_EQ(t_KeyQueue.size(), 1u);
-    EXPECT_EQ(t_KeyQueue.front().Value, 229);
-    EXPECT_EQ(log.lines(), std::vector<std::string>{"viewKeyDown: Graphic window (9) not initialized."});
 }
 
 } // namespace

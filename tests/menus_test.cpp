@@ -1,16 +1,14 @@
-// Menu choices by tag, the menu clean-up at start, plain text for the clipboard, and the file panels, on
-// the stand-in platform.
+// Menu choices by tag, the menu clean-up at start, and plain text for the clipboard, on the stand-in
+// platform. That a choice ends a paused output is the line-input tests' part.
 #include "spine_standin.h"
 
 #include "shell/events.h"
 #include "shell/menus.h"
-#include "terminal/terminal.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <map>
-#include <thread>
 
 namespace {
 
@@ -121,20 +119,6 @@ TEST(Menus, ChoicesByTag) {
         EXPECT_EQ(t_MenuQueueSize.load(), size + 1);
     }
     t_ProgramMenuHandler = [] {};
-
-    // A menu choice ends a pause of the output, and stays in its queue.
-    {
-        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
-        t_KeyQueue.clear();
-    }
-    t_PostKeyString("\x13");
-    std::atomic<bool> paused{false};
-    std::thread printer([&] { paused = t_CheckPause(19, true); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    EXPECT_FALSE(paused.load());
-    choose(231);
-    printer.join();
-    EXPECT_TRUE(paused.load());
 }
 
 TEST(Menus, PlainTextForTheClipboard) {

@@ -23,11 +23,8 @@ bool load(std::string_view file, bool append) {
 
 // The participant table as the application makes it, in a fresh store.
 Int participanttable() {
-    freshstore();
-    const Int table = d_CreateTable("Seelenorakel");
-    d_CreateField(table, "Name", d_TypeString);
-    d_CreateField(table, "Attribute", d_TypeString);
-    return table;
+    testsupport::participants({});
+    return ParticipantTable;
 }
 
 TEST(Store, SearchComparesKeysFirstAndTextsAfter) {

@@ -17,7 +17,7 @@ class TerminalTest : public windowtest::WindowTest {
   protected:
     // A live window of columns by rows cells of the test font (or the one given), no border.
     static void makewindow(uint8_t window, Int depth, Int columns, Int rows,
-                           const t_Font& font = windowtest::cellfont()) {
+                           const t_Font& font = cellfont()) {
         quietly([&] {
             t_InitWindow(window, depth, false, columns * font.Width, rows * font.Height, 0, 0, font, true);
         });

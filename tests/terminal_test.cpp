@@ -11,7 +11,6 @@ namespace {
 using namespace termtest;
 using Lines = std::vector<std::string>;
 using Terminal = TerminalTest;
-using windowtest::cellfont;
 
 TEST_F(Terminal, GlyphsBlendInLiteralFigures) {
     // The edges of the blend in literal figures: symbol 1's top row is grey 128, 127, 0, 255.

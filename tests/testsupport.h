@@ -2,6 +2,7 @@
 #pragma once
 
 #include "application/application.h"
+#include "shell/events.h"
 #include "shell/shell.h"
 #include "store/store.h"
 
@@ -34,10 +35,6 @@ struct LogCapture {
         std::lock_guard<std::mutex> lock(shared->mutex);
         return shared->lines;
     }
-    bool has(const std::string& line) const {
-        const auto all = lines();
-        return std::find(all.begin(), all.end(), line) != all.end();
-    }
 };
 
 // The bundle the build makes beside the tests' folder, with the fonts and the beep.
@@ -51,6 +48,13 @@ inline void freshstore() {
     t_DebugLevel = 0;
     d_DeleteDatabase(true);
     t_DebugLevel = 1;
+}
+
+// An empty key queue, as before the first key.
+inline void clearkeys() {
+    std::lock_guard<std::mutex> lock(t_KeyQueueLock);
+    t_KeyQueue.clear();
+    t_KeyEventPending = false;
 }
 
 using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute

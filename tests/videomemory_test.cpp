@@ -4,7 +4,6 @@
 
 namespace {
 
-using windowtest::cellfont;
 using Lines = std::vector<std::string>;
 
 bool allbytes(Int from, Int to, uint8_t value) {

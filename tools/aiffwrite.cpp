@@ -1,3 +1,4 @@
+// Writes 16-bit PCM as an AIFF file, for the beep the build makes and for the tests of the reader.
 #include "tools/aiffwrite.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// The LZW encoder of the font files: codes found, then packed at a fixed width from the top bit down.
+// Used by the font maker and by the tests of the expander.
 #include "tools/lzw.h"
 
 #include <algorithm>

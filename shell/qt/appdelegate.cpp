@@ -1,3 +1,5 @@
+// The Qt delegate: the display windows with their views, which draw the window's picture and hand keys
+// and clicks to the core, and the side windows (pasteboard, printer, console).
 #include "shell/qt/appdelegate.h"
 
 #include "shell/events.h"

@@ -1,3 +1,5 @@
+// The platform port on Qt: windows, views, text views, the pasteboard, sound and screens, each call run
+// on the main thread; and the application's start and quit.
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
 

@@ -17,57 +17,9 @@ namespace {
 using namespace std::chrono_literals;
 using harness::dumpof;
 
-constexpr uint32_t qtShift = 0x02000000, xShift = 1;
-
-// One key of a German PC keyboard: X keycode, Qt key, and whether Shift is held.
-struct NativeKey {
-    uint32_t scan = 0;
-    int key = 0;
-    bool shift = false;
-};
-
-NativeKey german(const std::string& c) {
-    static const std::string rows[][2] = {
-        {"qwertzuiop", "24"}, {"asdfghjkl", "38"}, {"yxcvbnm", "52"}, {"1234567890", "10"}};
-    static const struct {
-        const char *lower, *upper;
-        uint32_t scan;
-        int key;
-    } umlauts[] = {{"ä", "Ä", 48, 0xC4}, {"ö", "Ö", 47, 0xD6}, {"ü", "Ü", 34, 0xDC}, {"ß", "ẞ", 20, 0xDF}};
-    for (const auto& u : umlauts)
-        if (c == u.lower || c == u.upper) return {u.scan, u.key, c == u.upper};
-    if (c == " ") return {65, ' ', false};
-    const char lower = static_cast<char>(c[0] >= 'A' && c[0] <= 'Z' ? c[0] + 32 : c[0]);
-    for (const auto& row : rows)
-        if (const size_t at = row[0].find(lower); at != std::string::npos) {
-            const int key = lower >= 'a' ? lower - 32 : lower;
-            return {static_cast<uint32_t>(std::stoi(row[1]) + static_cast<int>(at)), key, lower != c[0]};
-        }
-    ADD_FAILURE() << "no German key for " << c;
-    return {};
-}
-
-// Characters typed ahead on the German board, "\r" as Return.
-void send(harness::Game& game, const std::string& text) {
-    for (size_t i = 0; i < text.size();) {
-        const size_t length = static_cast<unsigned char>(text[i]) < 0x80 ? 1
-                              : (text[i] & 0xF0) == 0xE0                 ? 3
-                                                                         : 2;
-        const std::string c = text.substr(i, length);
-        i += length;
-        if (c == "\r") {
-            game.press(0x01000004, "\r", 0, 36);
-            continue;
-        }
-        const NativeKey k = german(c);
-        game.press(k.key, c, k.shift ? qtShift : 0, k.scan, k.shift ? xShift : 0);
-    }
-}
-
-// The same, and a wait until the program has taken them all.
+// Typed ahead, and a wait until the program has taken them all.
 void keys(harness::Game& game, const std::string& text) {
-    send(game, text);
-    ASSERT_TRUE(game.waitforkey()) << game.screen();
+    ASSERT_TRUE(game.type(text)) << game.screen();
 }
 
 void backspace(harness::Game& game) {
@@ -224,7 +176,7 @@ TEST(Game, AKillAtAnyMomentLeavesTheDataFileWhole) {
         // Everything typed ahead; the kill comes somewhere while the program takes it and saves.
         // The delay of the kill after the last key follows the moment of the save, however fast the
         // build: later after a kill that came before it, earlier after one that came after it.
-        send(game, "\r\rNr\r" + last + "\r1980\r1\r1\r011170\r70\r111" + std::string(38, '3') + "000n");
+        game.send("\r\rNr\r" + last + "\r1980\r1\r1\r011170\r70\r111" + std::string(38, '3') + "000n");
         std::this_thread::sleep_for(std::chrono::microseconds(delay / 2 + random() % delay));
         game.kill();
         const std::string before = dumpof(stored);

@@ -2,6 +2,8 @@
 #include "store/store.h"
 #include "tests/testsupport.h"
 
+#include <gtest/gtest.h>
+
 #include <QProcessEnvironment>
 
 #include <filesystem>
@@ -9,18 +11,6 @@
 #include <sstream>
 
 namespace harness {
-
-namespace {
-
-// Over the line protocol texts go as hexadecimal, so that any byte survives.
-std::string hex(const std::string& bytes) {
-    return QByteArray::fromStdString(bytes).toHex().toStdString();
-}
-std::string unhex(const std::string& text) {
-    return QByteArray::fromHex(QByteArray::fromStdString(text)).toStdString();
-}
-
-} // namespace
 
 Bundle::Bundle() {
     std::string pattern = (std::filesystem::temp_directory_path() / "seelenorakel-test-XXXXXX").string();
@@ -128,16 +118,57 @@ void Game::press(int key, const std::string& text, uint32_t modifiers, uint32_t 
     ask(line.str());
 }
 
-bool Game::type(std::string_view keys) {
-    for (char c : keys) {
-        press(c >= 'a' && c <= 'z' ? c - 32 : c, std::string(1, c), c >= 'A' && c <= 'Z' ? 0x02000000u : 0u);
-        if (!waitforkey()) return false;
-    }
-    return true;
+namespace {
+
+// One key of a German PC keyboard: X keycode, Qt key, and whether Shift is held.
+struct NativeKey {
+    uint32_t scan = 0;
+    int key = 0;
+    bool shift = false;
+};
+
+NativeKey german(const std::string& c) {
+    static const std::string rows[][2] = {
+        {"qwertzuiop", "24"}, {"asdfghjkl", "38"}, {"yxcvbnm", "52"}, {"1234567890", "10"}};
+    static const struct {
+        const char *lower, *upper;
+        uint32_t scan;
+        int key;
+    } umlauts[] = {{"ä", "Ä", 48, 0xC4}, {"ö", "Ö", 47, 0xD6}, {"ü", "Ü", 34, 0xDC}, {"ß", "ẞ", 20, 0xDF}};
+    for (const auto& u : umlauts)
+        if (c == u.lower || c == u.upper) return {u.scan, u.key, c == u.upper};
+    if (c == " ") return {65, ' ', false};
+    const char lower = static_cast<char>(c[0] >= 'A' && c[0] <= 'Z' ? c[0] + 32 : c[0]);
+    for (const auto& row : rows)
+        if (const size_t at = row[0].find(lower); at != std::string::npos) {
+            const int key = lower >= 'a' ? lower - 32 : lower;
+            return {static_cast<uint32_t>(std::stoi(row[1]) + static_cast<int>(at)), key, lower != c[0]};
+        }
+    ADD_FAILURE() << "no German key for " << c;
+    return {};
 }
 
-void Game::enter() {
-    press(0x01000004, "\r");
+} // namespace
+
+void Game::send(const std::string& text) {
+    for (size_t i = 0; i < text.size();) {
+        const size_t length = static_cast<unsigned char>(text[i]) < 0x80 ? 1
+                              : (text[i] & 0xF0) == 0xE0                 ? 3
+                                                                         : 2;
+        const std::string c = text.substr(i, length);
+        i += length;
+        if (c == "\r") {
+            press(0x01000004, "\r", 0, 36);
+            continue;
+        }
+        const NativeKey k = german(c);
+        press(k.key, c, k.shift ? 0x02000000 : 0, k.scan, k.shift ? 1 : 0); // Qt's and X11's Shift
+    }
+}
+
+bool Game::type(const std::string& text) {
+    send(text);
+    return waitforkey();
 }
 
 void Game::escape() {

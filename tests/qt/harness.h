@@ -32,6 +32,14 @@ struct Bundle {
     std::string readdata() const;
 };
 
+// Over the line protocol texts go as hexadecimal, so that any byte survives.
+inline std::string hex(const std::string& bytes) {
+    return QByteArray::fromStdString(bytes).toHex().toStdString();
+}
+inline std::string unhex(const std::string& text) {
+    return QByteArray::fromHex(QByteArray::fromStdString(text)).toStdString();
+}
+
 using People = std::vector<std::pair<std::string, std::string>>; // name, Attribute, as testsupport
 
 // The data file that the store of these people dumps, as the game writes it.
@@ -52,9 +60,10 @@ struct Game {
     // keycode (0 as for synthetic events, so that the Qt key finds the key).
     void press(int key, const std::string& text, uint32_t modifiers = 0, uint32_t scanCode = 0,
                uint32_t nativeModifiers = 0);
-    // Letters, digits and blanks as typed without modifiers (capitals with Shift), waiting after each.
-    bool type(std::string_view keys);
-    void enter();
+    // Characters typed ahead on a German PC keyboard as the X11 desktop delivers its keys, "\r" as Return;
+    // type then waits until the program has taken them all, as waitforkey does.
+    void send(const std::string& text);
+    bool type(const std::string& text);
     void escape();
 
     // The text of the window, lines joined by "\n", trailing blanks and empty lines left out. The program

@@ -13,10 +13,6 @@
 
 namespace {
 
-std::string unhex(const std::string& text) {
-    return QByteArray::fromHex(QByteArray::fromStdString(text)).toStdString();
-}
-
 TEST(MenuBar, CopyShowAndHideThroughTheMenus) {
     harness::Bundle bundle;
     harness::Game game(bundle);
@@ -35,7 +31,7 @@ TEST(MenuBar, CopyShowAndHideThroughTheMenus) {
     // The pasteboard window shows what the clipboard held when it was shown.
     game.setclipboard("Zeile 1\nZeile 2");
     game.ask("menu 211");
-    EXPECT_EQ(unhex(game.ask("text 8")), "Zeile 1\nZeile 2");
+    EXPECT_EQ(harness::unhex(game.ask("text 8")), "Zeile 1\nZeile 2");
     EXPECT_EQ(game.ask("visible 8"), "1");
 
     // Hide all, then window 0 back; a window that was never made logs and stays away.

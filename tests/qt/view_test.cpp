@@ -5,6 +5,7 @@
 #include "shell/platform.h"
 #include "shell/qt/appdelegate.h"
 #include "shell/shell.h"
+#include "tests/testsupport.h"
 
 #include <QApplication>
 #include <QScreen>
@@ -62,10 +63,7 @@ TEST(QtWindow, TheProgramsWindowTakesItsSizesBorderTitleAndPlaceAndItsViewTakesE
     ASSERT_TRUE(onprogramthread([] { t_ColorBorder(number, 9); }));
     EXPECT_EQ(window->centralWidget()->grab().toImage().pixel(2, 2), 0xFFFF8000u);
 
-    {
-        std::lock_guard<std::mutex> lock(t_KeyQueueLock);
-        t_KeyQueue.clear();
-    }
+    testsupport::clearkeys();
     // Tab stays in the view, and no key travels on to the window.
     for (auto [key, text, value] :
          {std::tuple{Qt::Key_Tab, "\t", 9}, {Qt::Key_Backtab, "", 20}, {Qt::Key_F1, "", 129}}) {

@@ -2,9 +2,11 @@
 // bundle folder named by the first argument, and a line protocol on standard input. Each command is
 // carried out on the main thread and answered by one line on standard output that starts with byte 1
 // and the command's name; everything else there is the program's log.
+#include "application/application.h"
 #include "bench/qt/keylatency.h"
 #include "shell/events.h"
 #include "shell/qt/appdelegate.h"
+#include "tests/qt/harness.h"
 #include "shell/shell.h"
 #include "terminal/terminal.h"
 
@@ -31,13 +33,8 @@ void answer(const std::string& line) {
     std::fflush(stdout);
 }
 
-std::string hex(const std::string& bytes) {
-    return QByteArray::fromStdString(bytes).toHex().toStdString();
-}
-
-std::string unhex(const std::string& text) {
-    return QByteArray::fromHex(QByteArray::fromStdString(text)).toStdString();
-}
+using harness::hex;
+using harness::unhex;
 
 // Answers once the program has taken every queued key and then polled for the next one at least once.
 void answerwhenwaiting() {
@@ -59,6 +56,12 @@ void command(const std::string& line) {
     std::istringstream in(line);
     std::string name, text;
     in >> name;
+    // The other commands take one number: a window, a tag or a count.
+    auto number = [&in] {
+        int n = 0;
+        in >> n;
+        return n;
+    };
     if (name == "key") {
         uint32_t scan = 0, mods = 0, native = 0;
         int key = 0;
@@ -72,46 +75,33 @@ void command(const std::string& line) {
     } else if (name == "wait") {
         answerwhenwaiting();
     } else if (name == "screen") {
-        int window = 0;
-        in >> window;
-        answer("screen " + hex(t_GetScreen(static_cast<uint8_t>(window), "\n")));
+        answer("screen " + hex(t_GetScreen(static_cast<uint8_t>(number()), "\n")));
     } else if (name == "clipboard") {
         answer("clipboard " + hex(QGuiApplication::clipboard()->text().toStdString()));
     } else if (name == "image") {
         const QImage image = QGuiApplication::clipboard()->image();
         answer("image " + std::to_string(image.width()) + "x" + std::to_string(image.height()));
     } else if (name == "menu") {
-        int tag = 0;
-        in >> tag;
+        const int tag = number();
         for (QMenu* menu : t_Delegate->menus())
             for (QAction* action : menu->actions())
                 if (!action->isSeparator() && action->data().toInt() == tag) action->trigger();
         answer("menu");
     } else if (name == "text") {
-        int window = 0;
-        in >> window;
-        const QPlainTextEdit* view = t_Delegate->textView(window);
+        const QPlainTextEdit* view = t_Delegate->textView(number());
         answer("text " + hex(view ? view->toPlainText().toStdString() : std::string()));
     } else if (name == "visible") {
-        int window = 0;
-        in >> window;
-        const QMainWindow* w = t_Delegate->window(window);
+        const QMainWindow* w = t_Delegate->window(number());
         answer(std::string("visible ") + (w && w->isVisible() ? "1" : "0"));
     } else if (name == "geometry" || name == "area") {
-        int window = 0;
-        in >> window;
-        const QMainWindow* w = t_Delegate->window(window);
+        const QMainWindow* w = t_Delegate->window(number());
         const QRect r = !w ? QRect() : name == "area" ? w->screen()->availableGeometry() : w->geometry();
         answer(name + " " + std::to_string(r.x()) + " " + std::to_string(r.y()) + " " +
                std::to_string(r.width()) + " " + std::to_string(r.height()));
     } else if (name == "latency") {
-        int keys = 0;
-        in >> keys;
-        measurelatency(std::max(keys, 1), answer);
+        measurelatency(std::max(number(), 1), answer);
     } else if (name == "title") {
-        int window = 0;
-        in >> window;
-        const QMainWindow* w = t_Delegate->window(window);
+        const QMainWindow* w = t_Delegate->window(number());
         answer("title " + (w ? w->windowTitle().toStdString() : std::string()));
     } else if (name == "setclipboard") {
         in >> text;
@@ -148,7 +138,7 @@ int main(int argc, char** argv) {
     });
 
     applicationWillFinishLaunching();
-    QTimer::singleShot(0, [] { applicationDidFinishLaunching(); });
+    QTimer::singleShot(0, [] { applicationDidFinishLaunching(SeelenorakelMain); });
     application.exec();
     quitapplication();
 }
