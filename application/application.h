@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "library/library.h"
@@ -48,3 +49,22 @@ struct Report {
     std::string_view text() const { return {Bytes.get(), Size}; }
 };
 Report SeelenorakelReport();
+
+// One line of a person's section: the candidate's record number, the points, and the " *" mark.
+struct SeelenorakelCandidate {
+    int64_t Record;
+    int64_t Points;
+    bool Marked;
+};
+// Every person's section in record order (index 0 is record 1), candidates in record order.
+std::vector<std::vector<SeelenorakelCandidate>> SeelenorakelSections();
+
+// Pair suggestions beside the report: every person's three best candidates and one pairing of people who
+// allow each other, with the most pairs and, among those, the fewest points. Pairs are record numbers,
+// the earlier first, ordered by it.
+std::vector<std::pair<int64_t, int64_t>>
+SeelenorakelPairing(const std::vector<std::vector<SeelenorakelCandidate>>& sections);
+std::string SeelenorakelSuggestionText(const std::vector<std::vector<SeelenorakelCandidate>>& sections,
+                                       const std::vector<std::string>& names);
+// Works the suggestions out from the store and puts them in the printer window, which it shows.
+void SeelenorakelSuggestions();
