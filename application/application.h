@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -41,15 +40,8 @@ void SeelenorakelInput();
 // Days of the month in that year; 0 for a month that doesn't exist or a year below 1.
 Int t_DaysInMonth(Int month, Int year);
 void SeelenorakelEvaluation();
-// The evaluation's report of the stored participants, as SeelenorakelEvaluation prints it. Its bytes are
-// written once, without the zero fill a std::string gets before it can be written in place.
-struct Report {
-    std::unique_ptr<char[]> Bytes;
-    size_t Size = 0;
-    std::string_view text() const { return {Bytes.get(), Size}; }
-};
-Report SeelenorakelReport();
-
+// The evaluation's report of the stored participants, as SeelenorakelEvaluation prints it.
+std::string SeelenorakelReport();
 // One line of a person's section: the candidate's record number, the points, and the " *" mark.
 struct SeelenorakelCandidate {
     int64_t Record;
@@ -58,6 +50,7 @@ struct SeelenorakelCandidate {
 };
 // Every person's section in record order (index 0 is record 1), candidates in record order.
 std::vector<std::vector<SeelenorakelCandidate>> SeelenorakelSections();
+uint8_t SeelenorakelWindow(); // the game's text window
 
 // Pair suggestions beside the report: every person's three best candidates and one pairing of people who
 // allow each other, with the most pairs and, among those, the fewest points. Pairs are record numbers,

@@ -6,17 +6,18 @@
 #include "store/store.h"
 #include "terminal/terminal.h"
 
+// The window the game prints in: the toolkit's default window.
+uint8_t SeelenorakelWindow() {
+    return t_DefaultWindow.load();
+}
+
 namespace {
 
 constexpr const char* returnKey = "\r";
 constexpr const char* escapeKey = "\x1b";
 
-uint8_t window() {
-    return t_DefaultWindow.load();
-}
-
 void crs(int count) {
-    for (int i = 0; i < count; ++i) t_Cr(window());
+    for (int i = 0; i < count; ++i) t_Cr(SeelenorakelWindow());
 }
 
 void setupwindows() {
@@ -25,14 +26,14 @@ void setupwindows() {
     t_Color(0, 1);
     t_WindowCenter(0);
     t_WindowFront(0);
-    t_Header(window(), "Das Seelenorakel", "Partnersuche für die ganze Runde");
+    t_Header(SeelenorakelWindow(), "Das Seelenorakel", "Partnersuche für die ganze Runde");
     t_Font font = t_LoadFontResource("MenloRegular 16x32.font");
-    t_WindowFont(window(), font);
-    t_TextLine(window());
-    t_Area(window(), 1, 3, 80, 25);
-    t_Color(window(), 13);
-    t_CursorHome(window());
-    t_ClearEndOfWindow(window());
+    t_WindowFont(SeelenorakelWindow(), font);
+    t_TextLine(SeelenorakelWindow());
+    t_Area(SeelenorakelWindow(), 1, 3, 80, 25);
+    t_Color(SeelenorakelWindow(), 13);
+    t_CursorHome(SeelenorakelWindow());
+    t_ClearEndOfWindow(SeelenorakelWindow());
 }
 
 void introduction() {
@@ -50,7 +51,7 @@ void introduction() {
         {"die Antworten werden nicht auf dem Bildschirm erscheinen.", 2},
     };
     for (const auto& line : lines) {
-        t_Print(window(), line.text);
+        t_Print(SeelenorakelWindow(), line.text);
         crs(line.crs);
     }
 }
@@ -60,8 +61,9 @@ void startmenu() {
     KeyPressed = "";
     for (;;) {
         if (KeyPressed.empty())
-            t_Print(window(), "<Esc> für Ende, <Return> für weiter, <L> für Liste, <S> für Structure ");
-        KeyPressed = lowercasestring(t_WaitKey(window()));
+            t_Print(SeelenorakelWindow(),
+                    "<Esc> für Ende, <Return> für weiter, <L> für Liste, <S> für Structure ");
+        KeyPressed = lowercasestring(t_WaitKey(SeelenorakelWindow()));
         if (KeyPressed == "l") {
             crs(2);
             SeelenorakelList();
@@ -69,7 +71,7 @@ void startmenu() {
         }
         if (KeyPressed == "s") {
             crs(2);
-            t_Print(window(), d_DumpDatabase(true, false, true));
+            t_Print(SeelenorakelWindow(), d_DumpDatabase(true, false, true));
             crs(1);
             KeyPressed = "";
         }
@@ -81,17 +83,18 @@ void startmenu() {
 void participantloop() {
     for (;;) {
         Participants = d_RecordsInTable(ParticipantTable);
-        t_CursorHome(window());
-        t_ClearEndOfWindow(window());
+        t_CursorHome(SeelenorakelWindow());
+        t_ClearEndOfWindow(SeelenorakelWindow());
         crs(1);
-        t_Print(window(), "Bitte den " + std::to_string(Participants + 1) + ". Teilnehmer eingeben.");
+        t_Print(SeelenorakelWindow(),
+                "Bitte den " + std::to_string(Participants + 1) + ". Teilnehmer eingeben.");
         crs(2);
-        t_Print(window(), "Falls kein weiterer Teilnehmer, zum Beginn der Auswertung");
+        t_Print(SeelenorakelWindow(), "Falls kein weiterer Teilnehmer, zum Beginn der Auswertung");
         crs(1);
-        t_Print(window(), "die <Esc>-Taste, sonst die <Return>-Taste drücken! ");
+        t_Print(SeelenorakelWindow(), "die <Esc>-Taste, sonst die <Return>-Taste drücken! ");
         KeyPressed = "";
         while (KeyPressed != returnKey && KeyPressed != escapeKey)
-            KeyPressed = lowercasestring(t_WaitKey(window()));
+            KeyPressed = lowercasestring(t_WaitKey(SeelenorakelWindow()));
         if (KeyPressed == escapeKey) {
             crs(2);
             SeelenorakelEvaluation();
@@ -129,18 +132,18 @@ void SeelenorakelMain() {
 
 void SeelenorakelList() {
     if (Participants < 1) {
-        t_Print(window(), "Es sind keine Teilnehmer vorhanden.");
+        t_Print(SeelenorakelWindow(), "Es sind keine Teilnehmer vorhanden.");
         crs(2);
         return;
     }
     for (int64_t k = 1; k <= Participants; ++k) {
         NameBuffer = d_GetData(ParticipantTable, k, FieldName);
         AttributeBuffer = d_GetData(ParticipantTable, k, FieldAttribute);
-        t_Print(window(), NameBuffer);
+        t_Print(SeelenorakelWindow(), NameBuffer);
         if (k % 2 == 0)
             crs(1);
         else
-            t_Htab(window(), 40);
+            t_Htab(SeelenorakelWindow(), 40);
     }
-    crs(t_Hpos(window()) == 40 ? 2 : 1);
+    crs(t_Hpos(SeelenorakelWindow()) == 40 ? 2 : 1);
 }

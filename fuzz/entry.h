@@ -11,7 +11,6 @@ int fuzzinput(const uint8_t* data, size_t size);
 int fuzzprint(const uint8_t* data, size_t size);
 int fuzzstore(const uint8_t* data, size_t size);
 int fuzzfont(const uint8_t* data, size_t size);
-int fuzzreport(const uint8_t* data, size_t size);
 
 // The input taken a piece at a time; past its end every byte reads 0.
 struct FuzzBytes {

@@ -61,18 +61,7 @@ Int d_FieldsInTable(Int table);
 Int d_RecordsInTable(Int table);
 Int d_CreateRecord(Int table);
 void d_LoadRecord(Int table);
-// The cell of a field of a record, or -1 where there is none. Every read of the store goes through it, so
-// the usual case is inline; a missing table or field is logged out of line.
-Int dataindexmissing(Int table, Int record, Int field);
-inline Int d_GetDataIndex(Int table, Int record, Int field) {
-    if (table >= 0 && table < d_TableCount) {
-        const d_table& t = d_Tables[static_cast<size_t>(table)];
-        if (field >= 0 && field < static_cast<Int>(t.Field.size()) && record >= 0 &&
-            record < static_cast<Int>(t.RecordIndex.size()))
-            return t.RecordIndex[static_cast<size_t>(record)] + field;
-    }
-    return dataindexmissing(table, record, field);
-}
+Int d_GetDataIndex(Int table, Int record, Int field);
 bool d_SetData(Int table, Int record, Int field, std::string_view value);
 std::string d_GetData(Int table, Int record, Int field);
 Int d_SearchUniqueRecord(Int table, Int field, std::string_view value, bool caseSensitive);

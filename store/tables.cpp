@@ -193,7 +193,7 @@ void d_LoadRecord(Int table) {
     }
 }
 
-Int dataindexmissing(Int table, Int record, Int field) {
+Int d_GetDataIndex(Int table, Int record, Int field) {
     if (!tableexists(table)) {
         debuglog("d_GetDataIndex: Table #" + decimal(table) + " not found.");
         return -1;

@@ -16,7 +16,7 @@ using testsupport::People;
 
 std::string report(const People& people) {
     testsupport::participants(people);
-    return std::string(SeelenorakelReport().text());
+    return SeelenorakelReport();
 }
 
 const std::string title = "Seelenorakel Auswertung\r=======================\r\r";
@@ -115,6 +115,12 @@ TEST(Evaluation, ExclusionsMarksAndPoints) {
          {{"Fern Fernman", answers("9e990101", '0', "119e9060211", threes, "100")}, {"Nahe Naheman", man()}},
          section("Fern Fernman", {"Nahe Naheman" + pad + "1.152.921.513.606.846.806 Punkte."}) +
              section("Nahe Naheman", {"Fern Fernman" + pad + "1.152.921.513.606.846.806 Punkte."})},
+        // A digit with a mark is one character: it reads as the digit, and the pieces behind it stay put.
+        {"answers cut by characters",
+         {{"Umlaut Fünfe", answers("19800101", '0', "11170060211", "5\u0308" + threes.substr(1), "100")},
+          {"Glatte Fünfe", answers("19800101", '0', "11170060211", "5" + threes.substr(1), "100")}},
+         section("Umlaut Fünfe", {"Glatte Fünfe" + pad + "   0 Punkte."}) +
+             section("Glatte Fünfe", {"Umlaut Fünfe" + pad + "   0 Punkte."})},
         // Names are measured in characters: a combining umlaut pads like the precomposed one.
         {"names in characters, and none padded from 40 on",
          {{"Jörg Öztürk", man()}, {"Jo\u0308rg O\u0308ztu\u0308rk", man()}, {std::string(41, 'x'), man()}},

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace {
@@ -96,6 +97,26 @@ TEST_F(Library, NumbersBecomeGermanTextsAndTextsNumbersForgivingly) {
     EXPECT_EQ(log.lines(), (std::vector<std::string>{
                                "formatreal: 9223372036854775807 decimals are too many, giving 32767.",
                                "formatreal: -9223372036854775808 decimals are too many, giving 32767."}));
+}
+
+TEST_F(Library, FindsWholeCharactersAndOrdersAndHashesTexts) {
+    // Positions in characters from start on; canonically equal spellings match, but never part of a
+    // character: not the e of e + accent, not the line feed of CR LF.
+    const std::string precomposed = "Caf\xC3\xA9";
+    check(Ints{ROW(instring("Hallo", "l", 1), 3), ROW(instring("Hallo", "l", 4), 4),
+               ROW(instring("Hallo", "x", 1), 0), ROW(instring("Hallo", "", 1), 0),
+               ROW(instring("Hallo", "o", 6), 0), ROW(instring(precomposed + "!", eD + "!", 1), 4),
+               ROW(instring("Caf" + eD, precomposed, 1), 1), ROW(instring("Caf" + eD, "e", 1), 0),
+               ROW(instring("a\r\nb\n", "\n", 1), 4), ROW(instring(family + "x" + family + "x", "x", 3), 4)});
+    // Bytes are unsigned, the first difference decides, and a prefix comes first. Equal texts hash alike;
+    // the hash minds the order of the bytes.
+    const Text ab{{'a', 'b'}}, ba{{'b', 'a'}};
+    check(Ints{ROW(comparetext(ab, ba), -1), ROW(comparetext(Text{{'a'}}, ab), -1),
+               ROW(comparetext(Text{{0xFF}}, ab), 1), ROW(comparetext(ab, Text{{'a', 'b'}}), 0),
+               ROW(comparetext(Text{}, Text{{0}}), -1)});
+    EXPECT_TRUE(ab < ba && !(ba < ab) && ab == (Text{{'a', 'b'}}));
+    EXPECT_NE(hashtext(ab), hashtext(ba));
+    EXPECT_EQ(std::unordered_set<Text>({ab, ba, Text{{'a', 'b'}}}).size(), 2u);
 }
 
 } // namespace

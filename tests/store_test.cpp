@@ -137,4 +137,40 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
     }
 }
 
+TEST(Store, DeletionsRenumberBlankAndNeverReuseCells) {
+    const Int people = participanttable(), other = d_CreateTable("Zweite");
+    d_CreateField(other, "X", d_TypeString);
+    for (const char* name : {"Anna", "Karl", "Jörg"}) d_SetData(people, d_CreateRecord(people), 0, name);
+    d_SetData(other, d_CreateRecord(other), 0, "zwei");
+    // A record out of the middle: those behind move down; its cells are blanked and not handed out again.
+    const Int karl = d_GetDataIndex(people, 2, 0), next = d_DataNext;
+    d_DeleteRecord(people, 2);
+    EXPECT_EQ(d_RecordsInTable(people), 2);
+    EXPECT_EQ(d_GetData(people, 2, 0), "Jörg");
+    EXPECT_EQ(d_DataText[static_cast<size_t>(karl)], "");
+    // All records: the Working Record stays, so the next record is number 1, in fresh cells.
+    d_DeleteTableRecords(people);
+    EXPECT_EQ(d_RecordsInTable(people), 0);
+    EXPECT_EQ(d_CreateRecord(people), 1);
+    EXPECT_GE(d_GetDataIndex(people, 1, 0), next);
+    // A whole table: the one behind it moves down, with its selection.
+    LogCapture log;
+    d_DeleteTable(people);
+    d_DeleteTable(1);
+    const std::string table = "d_DeleteTable: ", records = "d_DeleteTableRecords: ";
+    EXPECT_EQ(log.lines(),
+              (Lines{table + "Start.", records + "Start.", records + "Delete 1 records start.",
+                     records + "Delete records end.", records + "Table = #0 #0", records + "End.",
+                     table + "Delete WorkingRecord.", table + "Start deleting fields.",
+                     table + "End deleting fields.", table + "Table = #0 #0", table + "End.",
+                     table + "Start.", table + "Table #1 not found.", table + "End."}));
+    EXPECT_EQ(d_TableCount, 1);
+    EXPECT_EQ(d_Selections.at(0).SelectionID, "Zweite");
+    EXPECT_EQ(d_GetData(0, 1, 0), "zwei");
+    // The recursive form empties the store table by table, and numbers start again at 0.
+    d_DeleteDatabase(false);
+    EXPECT_TRUE(d_Tables.empty() && d_DataText.empty() && d_DataNext == 0);
+    EXPECT_EQ(d_CreateTable("Neu"), 0);
+}
+
 } // namespace
