@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "library/library.h"
@@ -51,3 +52,13 @@ struct SeelenorakelCandidate {
 // Every person's section in record order (index 0 is record 1), candidates in record order.
 std::vector<std::vector<SeelenorakelCandidate>> SeelenorakelSections();
 uint8_t SeelenorakelWindow(); // the game's text window
+
+// Pair suggestions beside the report: every person's three best candidates and one pairing of people who
+// allow each other, with the most pairs and, among those, the fewest points. Pairs are record numbers,
+// the earlier first, ordered by it.
+std::vector<std::pair<int64_t, int64_t>>
+SeelenorakelPairing(const std::vector<std::vector<SeelenorakelCandidate>>& sections);
+std::string SeelenorakelSuggestionText(const std::vector<std::vector<SeelenorakelCandidate>>& sections,
+                                       const std::vector<std::string>& names);
+// Works the suggestions out from the store and puts them in the printer window, which it shows.
+void SeelenorakelSuggestions();

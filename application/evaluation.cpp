@@ -177,5 +177,7 @@ void SeelenorakelEvaluation() {
     const std::string report = SeelenorakelReport();
     t_Print(window, report);
     setpasteboardstring(report);
+    // After the report is out, so that nobody waits for the pairing to see it.
+    SeelenorakelSuggestions();
     NameBuffer = "ende";
 }

@@ -140,6 +140,9 @@ void t_WindowSize(uint8_t window, Int x, Int y, Int width, Int height);
 void t_WindowCenter(uint8_t window);
 void t_WindowFront(uint8_t window);
 void t_WindowVisible(uint8_t window, bool visible);
+// Replaces the text of the printer (9) or the console (10) and shows the window without taking the keys.
+// Carriage returns become the text view's line ends.
+void t_SideWindowText(uint8_t window, std::string_view text);
 void t_WindowTitle(uint8_t window, const std::string& title);
 // The title a window gets when it is made: the application's name, "-Grafik" behind it without text.
 std::string defaultwindowtitle(bool hasText);

@@ -4,6 +4,7 @@
 #include "shell/platform.h"
 #include "shell/shell.h"
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -239,6 +240,17 @@ void t_WindowVisible(uint8_t window, bool visible) {
         w.Visible.store(visible, std::memory_order_release);
         if (!visible) w.UpdateDuration = 0;
     }
+}
+
+void t_SideWindowText(uint8_t window, std::string_view text) {
+    if (window != 9 && window != 10) {
+        debuglog("t_SideWindowText: Window " + std::to_string(window) + " holds no text.");
+        return;
+    }
+    std::string lines(text);
+    std::replace(lines.begin(), lines.end(), '\r', '\n');
+    t_RunOnMainThread([&] { platformport().SetTextViewString(window, lines); });
+    t_WindowVisible(window, true);
 }
 
 void t_WindowTitle(uint8_t window, const std::string& title) {

@@ -3,7 +3,7 @@
 # g++ brings its sanitizer runtimes with it; they are named all the same, since tools/asan.sh and
 # tools/tsan.sh link against them.
 set -eu
-packages=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libicu-dev
+packages=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libicu-dev liblemon-dev
           qt6-base-dev qt6-multimedia-dev libfreetype-dev fonts-dejavu-core clang libclang-rt-14-dev gcovr desktop-file-utils
           libasan8 libubsan1 libtsan2)
 missing=()

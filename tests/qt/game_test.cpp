@@ -1,9 +1,11 @@
 // Whole evenings played through the real program: participants typed on a German keyboard as the X server
 // delivers its keys, the data file after each of them, and the evaluation at the end.
+#include "../testsupport.h"
 #include "harness.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -127,6 +129,25 @@ TEST(Game, AnEveningOfParticipants) {
     EXPECT_NE(report.find("\nAuswertung für Björn Krüger\n"), std::string::npos) << report;
     EXPECT_EQ(report.find('\r'), std::string::npos);
     EXPECT_TRUE(shows(game, "*: Es wird das andere Geschlecht bevorzugt.")) << game.screen();
+
+    // The printer window shows the pair suggestions, and the clipboard holds the report as it always did.
+    // Ömer wants her own religion, which nobody shares, and Björn wants an unmarried woman: nobody pairs.
+    const std::string people = "jürgen weiß, Björn Krüger, " + first + " " + last;
+    ASSERT_TRUE(game.logshows("t_QuitProgram")) << game.log();
+    const std::string printed = harness::unhex(game.ask("text 9"));
+    EXPECT_EQ(printed.rfind("Paarvorschläge\n==============\n\nDie drei Besten für jeden:\njürgen weiß: ", 0),
+              0u)
+        << printed;
+    EXPECT_NE(printed.find("\n" + first + " " + last +
+                           ": niemand\n\nPaare, die einander zulassen:\nOhne Partner: " + people + "\n"),
+              std::string::npos)
+        << printed;
+    EXPECT_EQ(game.ask("visible 9"), "1");
+    testsupport::participants(
+        {{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}, {first + " " + last, oemer}});
+    std::string expected = SeelenorakelReport();
+    std::replace(expected.begin(), expected.end(), '\r', '\n');
+    EXPECT_EQ(report, expected);
 }
 
 // The data file is what the evening leaves behind: a file that didn't load is kept, leftovers of a cut-off
