@@ -1,3 +1,6 @@
+// String positions from 1, counted in user-perceived characters (grapheme clusters, by ICU), where a
+// carriage return and line feed count as one; plain ASCII texts take a path without the break iterator,
+// since nearly all of the game's texts are ASCII and the screen and evaluation ask for them often.
 #include "library/library.h"
 #include "shell/shell.h"
 

@@ -1,3 +1,5 @@
+// UTF-8 below the string routines: whether a text is plain ASCII or valid UTF-8, scalar values read and
+// written one at a time, and case folding for the store's name comparisons, all through ICU.
 #include "library/library.h"
 
 #include <unicode/locid.h>
