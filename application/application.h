@@ -51,7 +51,6 @@ struct SeelenorakelCandidate {
 };
 // Every person's section in record order (index 0 is record 1), candidates in record order.
 std::vector<std::vector<SeelenorakelCandidate>> SeelenorakelSections();
-uint8_t SeelenorakelWindow(); // the game's text window
 
 // Pair suggestions beside the report: every person's three best candidates and one pairing of people who
 // allow each other, with the most pairs and, among those, the fewest points. Pairs are record numbers,

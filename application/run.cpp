@@ -110,10 +110,6 @@ void participantloop() {
 
 } // namespace
 
-uint8_t SeelenorakelWindow() {
-    return t_DefaultWindow.load();
-}
-
 void SeelenorakelSetUp() {
     setupwindows();
 }
