@@ -5,6 +5,9 @@
 #include "shell/qt/appdelegate.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QFileDialog>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -81,6 +84,22 @@ TEST(MenuBar, ShortcutsLeavePlainControlKeysToTheProgram) {
                 << action->text().toStdString();
         }
     EXPECT_GE(shortcuts, 4);
+}
+
+// An open panel offers only the types asked for; a save panel offers every other file as well.
+TEST(MenuBar, OnlyTheSavePanelOffersAllFiles) {
+    for (const bool save : {false, true}) {
+        QStringList seen;
+        QTimer look;
+        QObject::connect(&look, &QTimer::timeout, [&] {
+            if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()))
+                seen = dialog->nameFilters(), dialog->reject();
+        });
+        look.start(10);
+        save ? void(t_SavePanelRun("a.txt", "", "", "txt,text"))
+             : void(t_OpenPanelRun("", "", "txt,text", false, true, false));
+        EXPECT_EQ(seen, (save ? QStringList{"(*.txt *.text)", "(*)"} : QStringList{"(*.txt *.text)"}));
+    }
 }
 
 } // namespace
