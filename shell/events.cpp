@@ -244,7 +244,8 @@ void t_MouseEventHandler(uint8_t window, const t_PlatformMouse& event, double x,
     } else if (!t_MemoryInitialized.load(std::memory_order_acquire) || !windowready(window)) {
         debuglog("t_MouseEventHandler: Window #" + std::to_string(window) + " not initialized.");
     } else {
-        const t_Window& w = t_WindowTable[window];
+        // One copy of the size: the program thread may be making the window anew.
+        const t_WindowShape w = t_WindowShapeOf(window);
         clickX = ix - w.BorderWidth;
         clickY = w.BorderHeight + w.Height - iy;
         clickX = clickX < 0 ? -1 : clickX >= w.Width ? -2 : clickX;

@@ -130,7 +130,7 @@ TEST_F(Events, ControlWithThePadSwitchesTheOutputAndOtherKeysAreQueued) {
     viewKeyDown(win, {200, stringfromscalar(0x263A), 0}); // no event: beyond the tables
     for (auto [code, target] : {std::pair{89, 0}, {91, 2}, {92, 1}}) {
         viewKeyDown(win, {code, "7", t_ModControl | t_ModNumericPad});
-        EXPECT_EQ(t_WindowTable[win].TextRedirectOutput, target) << code;
+        EXPECT_EQ(Int(t_WindowTable[win].TextRedirectOutput), target) << code;
     }
     viewKeyDown(win, {89, "7", t_ModControl | t_ModNumericPad | t_ModOption});
     std::lock_guard<std::mutex> hold(t_KeyQueueLock);
