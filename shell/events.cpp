@@ -262,8 +262,9 @@ void t_MouseEventHandler(uint8_t window, const t_PlatformMouse& event, double x,
         e.Window = window;
         e.Time = time;
         {
+            static bool dropping = false; // under the queue's lock
             std::lock_guard<std::mutex> lock(t_MouseQueueLock);
-            t_MouseQueue.push_back(std::move(e));
+            appendbounded(t_MouseQueue, std::move(e), dropping, "t_MouseEventHandler");
         }
         place = "Graphic #" + std::to_string(window);
     }
@@ -273,10 +274,7 @@ void t_MouseEventHandler(uint8_t window, const t_PlatformMouse& event, double x,
         std::lock_guard<std::mutex> lock(t_MouseQueueLock);
         t_MouseEventPending = !t_MouseQueue.empty();
     }
-    callasynchronously([] {
-        if (threadnumber() >= 3) setthreadname("t_EventMouse");
-        t_ProgramMouseHandler();
-    });
+    t_CallHandler(t_MouseHandlerThread);
     debuglog("t_MouseEventHandler: Calling program mouse handler asynchronously.");
 }
 

@@ -139,10 +139,14 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
     std::string rest;
     while (t_KeyEventPending.load()) rest += stringfromscalar(t_NextEvent());
     EXPECT_EQ(rest, "20AC\035b");
-    // A paste far larger than the field yields what fits.
+    // A paste far larger than the field queues what fits, and the log tells of the cut.
+    standin::LogCapture log;
     screen->pasteboard = std::string(100000, 'x');
-    t_PostKeyString("\x16");
-    EXPECT_EQ(formafterdrain(0, 10), std::string(10, 'x'));
+    t_InputForm(window, "", "ab", true, 0, 10);
+    t_InputEdit(window, 22);
+    EXPECT_EQ(t_KeyQueue.size(), 8u);
+    EXPECT_TRUE(
+        log.has("t_InputEdit: Pasted text of 100000 bytes cut to the 8 characters the field has room for."));
 }
 
 // The evaluation of 1,000 participants printed while 100,000 keys arrive and the refresh has frames

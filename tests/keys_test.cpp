@@ -5,9 +5,11 @@
 #include "display/display.h"
 #include "shell/events.h"
 #include "shell/keymap.h"
+#include "shell/menus.h"
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -137,6 +139,40 @@ TEST_F(Events, ControlWithThePadSwitchesTheOutputAndOtherKeysAreQueued) {
     ASSERT_EQ(t_KeyQueue.size(), 1u);
     EXPECT_EQ(t_KeyQueue.front().Value, 229);
     EXPECT_EQ(log.lines(), std::vector<std::string>{"viewKeyDown: Graphic window (9) not initialized."});
+}
+
+// A flood of clicks and menu choices keeps the newest 1000 of each, says so once, and runs the program's
+// handlers on one thread each, not on a thread per event (told by running number: an id may be reused).
+TEST_F(Events, FloodsOfClicksAndChoicesAreBounded) {
+    std::mutex lock;
+    std::set<int64_t> threads;
+    size_t runs = 0;
+    auto note = [&] {
+        std::lock_guard<std::mutex> hold(lock);
+        threads.insert(threadnumber());
+        ++runs;
+    };
+    t_ProgramMouseHandler = t_ProgramMenuHandler = note;
+    t_MouseQueue.clear();
+    t_MenuQueue.clear();
+    for (int i = 0; i < 1500; ++i) {
+        viewMouseDown(win, {1, 0, double(i), 0}, false);
+        ASSERT_TRUE(standin::onmain([i] { t_MenuEventHandler({true, "", "", "", 0, 1000 + i}); }));
+    }
+    EXPECT_EQ(std::tuple(t_MouseQueue.size(), t_MouseQueue.front().WindowX), std::tuple(1000u, 500));
+    EXPECT_EQ(std::tuple(t_MenuQueue.size(), t_MenuQueue.front().ItemAction), std::tuple(1000u, 1500));
+    for (const char* routine : {"t_MouseEventHandler", "t_MenuEventHandler"})
+        EXPECT_EQ(
+            std::ranges::count(log.lines(),
+                               routine + std::string(": Queue full at 1000 events, the oldest are dropped.")),
+            1);
+    // The runs still due end before the handlers go.
+    for (size_t last = 1; std::exchange(last, (std::lock_guard<std::mutex>(lock), runs)) != last;)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::lock_guard<std::mutex> hold(lock);
+    t_ProgramMouseHandler = t_ProgramMenuHandler = [] {};
+    EXPECT_EQ(threads.size(), 2u);
+    t_MouseQueue.clear(), t_MenuQueue.clear();
 }
 
 } // namespace
