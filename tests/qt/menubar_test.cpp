@@ -90,15 +90,13 @@ TEST(MenuBar, ShortcutsLeavePlainControlKeysToTheProgram) {
 TEST(MenuBar, OnlyTheSavePanelOffersAllFiles) {
     for (const bool save : {false, true}) {
         QStringList seen;
-        QTimer look;
-        QObject::connect(&look, &QTimer::timeout, [&] {
-            if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()))
-                seen = dialog->nameFilters(), dialog->reject();
+        QTimer::singleShot(0, [&] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            if (dialog) seen = dialog->nameFilters(), dialog->reject();
         });
-        look.start(10);
         save ? void(t_SavePanelRun("a.txt", "", "", "txt,text"))
              : void(t_OpenPanelRun("", "", "txt,text", false, true, false));
-        EXPECT_EQ(seen, (save ? QStringList{"(*.txt *.text)", "(*)"} : QStringList{"(*.txt *.text)"}));
+        EXPECT_EQ(seen.join(' ').toStdString(), save ? "(*.txt *.text) (*)" : "(*.txt *.text)");
     }
 }
 
