@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -75,7 +76,8 @@ struct t_Window {
     bool TextInverse = false;
     Int TextDisplayMode = 0;
     Int TextCursorLevel = 0;
-    Int TextRedirectOutput = 1;
+    // Switched by Ctrl with the keypad on the main thread, read by the program thread at each symbol.
+    std::atomic<Int> TextRedirectOutput{1};
     std::string InputString;
     bool InputFinished = false;
     Int InputMode = 0;
@@ -89,6 +91,22 @@ struct t_Window {
     Int TextMemoryStart = -1;
     Int TextMemoryEnd = -1;
 };
+
+// The size and place of a window's picture and blocks. The program thread changes them, and writes the
+// text block, holding t_WindowShapeLock; a thread other than the program's reads them through
+// t_WindowShapeOf, or holds the lock while it reads the text block, so that it sees one state of the
+// window, never half of a change. The graphic block is read by the frame without the lock, on purpose.
+struct t_WindowShape {
+    Int BitDepth = 0;
+    Int Width = 0;
+    Int Height = 0;
+    Int BorderWidth = 0;
+    Int BorderHeight = 0;
+    Int MemoryStart = -1;
+    Int MemoryEnd = -1;
+};
+extern std::mutex t_WindowShapeLock;
+t_WindowShape t_WindowShapeOf(uint8_t window);
 
 // Process-wide state beside the table.
 extern t_Window t_WindowTable[8];

@@ -132,45 +132,12 @@ int64_t wholemicroseconds(double seconds) {
     return static_cast<int64_t>(seconds * 1000000.0);
 }
 
-} // namespace
-
-bool t_WindowImage(uint8_t window, t_Image& frame) {
-    if (!t_MemoryInitialized.load(std::memory_order_acquire)) return false;
-    if (window > 7) {
-        debuglog("t_WindowImage: Graphic window #" + std::to_string(window) + " not initialized.");
-        return false;
-    }
-    t_Window& record = t_WindowTable[window];
-    if (!record.Initialized.load(std::memory_order_acquire)) {
-        debuglog("t_WindowImage: Graphic window #" + std::to_string(window) + " not initialized.");
-        return false;
-    }
-    if (!record.Visible.load(std::memory_order_acquire)) return false;
-
-    const double t0 = absolutetime();
-    const Int depth = record.BitDepth, width = record.Width, height = record.Height;
-    const Int start = record.MemoryStart, end = record.MemoryEnd;
-    const Int bytes = width > 0 && height > 0 && width <= 0x10000 && height <= 0x10000
-                          ? blockbytes(depth, width * height)
-                          : 0;
-    if (bytes < 0) {
-        // A depth without a layout would say this for every pixel; once per frame is enough.
-        debuglog("t_WindowImage: Illegal bit depth.");
-        return false;
-    }
-    // A record whose block does not lie inside the memory cannot be read.
-    const Int memory = static_cast<Int>(t_VideoMemory.size());
-    if (bytes == 0 || start < 0 || end >= memory || start + bytes - 1 > end) {
-        debuglog("t_WindowImage: Data could not be collected, image could not be created.");
-        return false;
-    }
-
+// The one read of a graphic block while the program thread may be plotting into it: a frame is made from
+// the memory as it stands, as a video chip reads its memory, and the next frame mends a half-plotted
+// glyph (tools/tsan.supp names this routine).
+__attribute__((noinline)) void framepixels(const uint8_t* src, uint32_t* out, Int depth, Int width,
+                                           Int height) {
     const Int pixels = width * height;
-    frame.Width = width;
-    frame.Height = height;
-    frame.Pixels.resize(static_cast<size_t>(pixels));
-    const uint8_t* src = t_VideoMemory.data() + start;
-    uint32_t* out = frame.Pixels.data();
     switch (depth) {
     case 1:
         compose1(src, out, width, height);
@@ -191,6 +158,47 @@ bool t_WindowImage(uint8_t window, t_Image& frame) {
         compose32(src, out, pixels);
         break;
     }
+}
+
+} // namespace
+
+bool t_WindowImage(uint8_t window, t_Image& frame) {
+    if (!t_MemoryInitialized.load(std::memory_order_acquire)) return false;
+    if (window > 7) {
+        debuglog("t_WindowImage: Graphic window #" + std::to_string(window) + " not initialized.");
+        return false;
+    }
+    t_Window& record = t_WindowTable[window];
+    if (!record.Initialized.load(std::memory_order_acquire)) {
+        debuglog("t_WindowImage: Graphic window #" + std::to_string(window) + " not initialized.");
+        return false;
+    }
+    if (!record.Visible.load(std::memory_order_acquire)) return false;
+
+    const double t0 = absolutetime();
+    const t_WindowShape shape = t_WindowShapeOf(window);
+    const Int depth = shape.BitDepth, width = shape.Width, height = shape.Height;
+    const Int start = shape.MemoryStart, end = shape.MemoryEnd;
+    const Int bytes = width > 0 && height > 0 && width <= 0x10000 && height <= 0x10000
+                          ? blockbytes(depth, width * height)
+                          : 0;
+    if (bytes < 0) {
+        // A depth without a layout would say this for every pixel; once per frame is enough.
+        debuglog("t_WindowImage: Illegal bit depth.");
+        return false;
+    }
+    // A record whose block does not lie inside the memory cannot be read.
+    const Int memory = static_cast<Int>(t_VideoMemory.size());
+    if (bytes == 0 || start < 0 || end >= memory || start + bytes - 1 > end) {
+        debuglog("t_WindowImage: Data could not be collected, image could not be created.");
+        return false;
+    }
+
+    const Int pixels = width * height;
+    frame.Width = width;
+    frame.Height = height;
+    frame.Pixels.resize(static_cast<size_t>(pixels));
+    framepixels(t_VideoMemory.data() + start, frame.Pixels.data(), depth, width, height);
 
     record.UpdateDuration.store(wholemicroseconds(absolutetime()) - wholemicroseconds(t0));
     record.UpdateFinished.store(absolutetimems());

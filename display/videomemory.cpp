@@ -152,6 +152,7 @@ void freeblocks(uint8_t window) {
     std::sort(order.begin(), order.end(), [](uint8_t a, uint8_t b) {
         return t_WindowTable[a].MemoryStart > t_WindowTable[b].MemoryStart;
     });
+    std::lock_guard<std::mutex> lock(t_WindowShapeLock);
     for (uint8_t n : order) {
         t_Window& o = t_WindowTable[n];
         logmove(window, "graphic", n, o.MemoryStart, o.MemoryEnd, delta, false);
@@ -196,7 +197,10 @@ void t_InitMemory() {
     if (threadnumber() == 2) setthreadname("Main Program");
     t_HighMemory = topOfMemory;
     t_VideoMemory.assign(static_cast<size_t>(videoMemorySize), 0xFF);
-    for (t_Window& w : t_WindowTable) resetrecord(w);
+    {
+        std::lock_guard<std::mutex> lock(t_WindowShapeLock);
+        for (t_Window& w : t_WindowTable) resetrecord(w);
+    }
     t_InitMemoryMenus();
     t_InitMemoryPasteboard();
     t_MemoryInitialized.store(true, std::memory_order_release);
@@ -299,6 +303,7 @@ void t_InitWindow(uint8_t window, Int bitDepth, bool autoUpdate, Int width, Int 
     w.AutoUpdate = autoUpdate;
     w.QuickUpdate = true;
     w.ScrollLock = false;
+    std::unique_lock<std::mutex> shape(t_WindowShapeLock);
     w.BitDepth = bitDepth;
     w.Width = width;
     w.Height = height;
@@ -332,6 +337,7 @@ void t_InitWindow(uint8_t window, Int bitDepth, bool autoUpdate, Int width, Int 
     } else {
         takeblock(textSize, w.TextMemoryStart, w.TextMemoryEnd);
     }
+    shape.unlock();
 
     const t_Handle view = t_WindowView(window);
     if (!view) {
@@ -375,6 +381,7 @@ void t_ClearWindowMemory(uint8_t window) {
         }
     }
     if (w.TextMemoryStart >= 0) {
+        std::lock_guard<std::mutex> lock(t_WindowShapeLock);
         const Int half = (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
         uint8_t* symbols = t_VideoMemory.data() + w.TextMemoryStart;
         const size_t cells = static_cast<size_t>(w.TextWidth * w.TextHeight);

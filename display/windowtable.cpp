@@ -11,6 +11,14 @@ std::atomic<bool> t_MemoryStarted{false};
 std::atomic<bool> t_MemoryInitialized{false};
 std::atomic<uint8_t> t_DefaultWindow{255};
 std::atomic<bool> t_AutoUpdateRunning{false};
+std::mutex t_WindowShapeLock;
+
+t_WindowShape t_WindowShapeOf(uint8_t window) {
+    if (window > 7) return {};
+    const t_Window& w = t_WindowTable[window];
+    std::lock_guard<std::mutex> lock(t_WindowShapeLock);
+    return {w.BitDepth, w.Width, w.Height, w.BorderWidth, w.BorderHeight, w.MemoryStart, w.MemoryEnd};
+}
 
 t_Handle t_WindowHandle(uint8_t window) {
     if (window > 12) return nullptr;

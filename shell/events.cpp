@@ -246,7 +246,8 @@ void t_MouseEventHandler(uint8_t window, const t_PlatformMouse& event, double x,
     } else if (!t_MemoryInitialized.load(std::memory_order_acquire) || !windowready(window)) {
         debuglog("t_MouseEventHandler: Window #" + std::to_string(window) + " not initialized.");
     } else {
-        const t_Window& w = t_WindowTable[window];
+        // One copy of the size: the program thread may be making the window anew.
+        const t_WindowShape w = t_WindowShapeOf(window);
         clickX = ix - w.BorderWidth;
         clickY = w.BorderHeight + w.Height - iy;
         clickX = clickX < 0 ? -1 : clickX >= w.Width ? -2 : clickX;
@@ -263,8 +264,9 @@ void t_MouseEventHandler(uint8_t window, const t_PlatformMouse& event, double x,
         e.Window = window;
         e.Time = time;
         {
+            static bool dropping = false; // under the queue's lock
             std::lock_guard<std::mutex> lock(t_MouseQueueLock);
-            t_MouseQueue.push_back(std::move(e));
+            appendbounded(t_MouseQueue, std::move(e), dropping, "t_MouseEventHandler");
         }
         place = "Graphic #" + std::to_string(window);
     }
@@ -274,10 +276,7 @@ void t_MouseEventHandler(uint8_t window, const t_PlatformMouse& event, double x,
         std::lock_guard<std::mutex> lock(t_MouseQueueLock);
         t_MouseEventPending = !t_MouseQueue.empty();
     }
-    callasynchronously([] {
-        if (threadnumber() >= 3) setthreadname("t_EventMouse");
-        t_ProgramMouseHandler();
-    });
+    t_CallHandler(t_MouseHandlerThread);
     debuglog("t_MouseEventHandler: Calling program mouse handler asynchronously.");
 }
 

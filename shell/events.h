@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "library/library.h"
+#include "shell/shell.h"
 
 struct t_Event {
     Int Kind = 0; // 1 key, 2 mouse
@@ -75,6 +76,10 @@ extern std::condition_variable t_KeyArrived;
 // The event last taken from the queue; program thread only.
 extern t_Event t_CurrentEvent;
 
+// The mouse and menu queues have no reader in this program; each keeps its newest events up to this
+// many, so that a flood of clicks or choices can't grow them without end.
+constexpr Int t_EventQueueLimit = 1000;
+
 extern std::mutex t_MouseQueueLock;
 extern std::deque<t_Event> t_MouseQueue;
 extern std::atomic<bool> t_MouseEventPending;
@@ -112,6 +117,36 @@ void t_KeyEventHandler(uint8_t window, const t_PlatformKey& event);
 void t_MouseEventHandler(uint8_t window, const t_PlatformMouse& event, double x, double y);
 // The close box of a window: hides it, keeps its record and memory.
 void t_MouseEventPostCloseBoxClick(uint8_t window);
+
+// A program handler on a thread of its own, started by its first call; each call asks for one more run of
+// the handler installed at that moment. Runs not yet made are capped at t_EventQueueLimit.
+struct t_HandlerThread {
+    const char* Name;
+    std::function<void()>* Handler;
+    std::mutex Lock;
+    std::condition_variable Wake;
+    Int Pending = 0;
+    bool Started = false;
+};
+extern t_HandlerThread& t_MouseHandlerThread;
+extern t_HandlerThread& t_MenuHandlerThread;
+void t_CallHandler(t_HandlerThread& thread);
+
+// Appends to a queue that keeps its newest t_EventQueueLimit events. The first drop of a flood is logged
+// under the routine's name; dropping tells whether the last append dropped one. The caller holds the
+// queue's lock.
+template <typename Queue, typename Event>
+void appendbounded(Queue& queue, Event&& event, bool& dropping, const char* routine) {
+    const bool full = queue.size() >= static_cast<size_t>(t_EventQueueLimit);
+    if (full) {
+        queue.pop_front();
+        if (!dropping)
+            debuglog(std::string(routine) + ": Queue full at " + std::to_string(t_EventQueueLimit) +
+                     " events, the oldest are dropped.");
+    }
+    dropping = full;
+    queue.push_back(std::forward<Event>(event));
+}
 
 // Each character of the text as a key typed in window 1; any thread.
 void t_PostKeyString(std::string_view text);

@@ -15,7 +15,7 @@
 
 std::mutex t_MenuLock;
 std::vector<t_MenuAction> t_MenuActions;
-std::vector<t_MenuEvent> t_MenuQueue;
+std::deque<t_MenuEvent> t_MenuQueue;
 std::atomic<bool> t_MenuEventPending{false};
 std::function<void()> t_ProgramMenuHandler = [] {};
 std::function<void()> t_ProgramPasteHandler = [] { t_Beep(); };
@@ -195,32 +195,28 @@ void t_MenuEventHandler(const t_MenuItem& sender) {
         event.ItemKeyAsc = ascfromstring(sender.KeyChar);
         event.ItemAction = sender.Tag;
         event.Time = absolutetimems();
-        Int action = -1;
+        Int action = 0;
         if (sender.Tag != 0) {
             std::lock_guard<std::mutex> lock(t_MenuLock);
             for (const t_MenuAction& row : t_MenuActions)
                 if (row.Tag == sender.Tag) {
                     action = row.Action;
+                    handled = true;
                     break;
                 }
         }
-        if (action >= 0) {
-            perform(sender.Tag, action);
-            handled = true;
-        }
+        if (handled) perform(sender.Tag, action);
     }
     {
+        static bool dropping = false; // under the queue's lock
         std::lock_guard<std::mutex> lock(t_MenuLock);
-        t_MenuQueue.push_back(std::move(event));
+        appendbounded(t_MenuQueue, std::move(event), dropping, "t_MenuEventHandler");
     }
     t_MenuEventPending = true;
     // The output pause ends when this moves.
     t_MenuQueueSize.fetch_add(1);
     if (handled) return;
-    callasynchronously([] {
-        if (threadnumber() >= 3) setthreadname("t_EventMenu");
-        t_ProgramMenuHandler();
-    });
+    t_CallHandler(t_MenuHandlerThread);
 }
 
 bool t_MenuLookup(const std::string& title) {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -46,7 +47,7 @@ struct t_MenuItem {
 // thread); both are held under t_MenuLock.
 extern std::mutex t_MenuLock;
 extern std::vector<t_MenuAction> t_MenuActions;
-extern std::vector<t_MenuEvent> t_MenuQueue;
+extern std::deque<t_MenuEvent> t_MenuQueue;
 extern std::atomic<bool> t_MenuEventPending;
 extern std::function<void()> t_ProgramMenuHandler;
 extern std::function<void()> t_ProgramPasteHandler;

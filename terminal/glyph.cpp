@@ -394,6 +394,7 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
         }
     }
 
+    std::lock_guard<std::mutex> lock(t_WindowShapeLock);
     uint8_t* text = t_VideoMemory.data() + w.TextMemoryStart;
     const Int cell = (x - 1) + w.TextWidth * (y - 1);
     text[textplane(w) + cell] = static_cast<uint8_t>(fg * 16 + bg);
@@ -402,8 +403,9 @@ void plotguarded(uint8_t window, uint8_t symbol, uint8_t color, Int x, Int y) {
 
 // Where the symbol goes is decided before anything else about the window; false when it went elsewhere.
 bool towindow(const t_Window& w, uint8_t symbol) {
-    if (w.TextRedirectOutput == 2) redirected(symbol);
-    return w.TextRedirectOutput == 1;
+    const Int target = w.TextRedirectOutput.load(std::memory_order_relaxed);
+    if (target == 2) redirected(symbol);
+    return target == 1;
 }
 
 } // namespace
@@ -472,9 +474,12 @@ Int plotrun(uint8_t window, const uint8_t* symbols, Int count) {
 
     copyrun(t_VideoMemory.data() + w.MemoryStart + fh * (y - 1) * stride + fw * (x - 1) * 3, stride, pixels,
             n, fw, fh);
-    uint8_t* text = t_VideoMemory.data() + w.TextMemoryStart + (x - 1) + line;
-    std::memcpy(text, symbols, static_cast<size_t>(n));
-    std::memset(text + half, fg * 16 + bg, static_cast<size_t>(n));
+    {
+        std::lock_guard<std::mutex> lock(t_WindowShapeLock);
+        uint8_t* text = t_VideoMemory.data() + w.TextMemoryStart + (x - 1) + line;
+        std::memcpy(text, symbols, static_cast<size_t>(n));
+        std::memset(text + half, fg * 16 + bg, static_cast<size_t>(n));
+    }
     w.TextHpos = x + n;
     return n;
 }

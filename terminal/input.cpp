@@ -83,6 +83,20 @@ void compose(uint8_t window) {
     if (value >= lowest && value <= 255) t_InputInsert(window, value);
 }
 
+// Pasted text goes to the key queue, but only as much as the field has room for: a clipboard of
+// megabytes would otherwise queue an event per character and keep the program busy for minutes.
+void paste(uint8_t window, Int length) {
+    const t_Window& w = t_WindowTable[window];
+    const std::string line = firstline(t_TextPasteEncode(pasteboardstring()));
+    const Int room =
+        std::max<Int>(0, std::min(w.InputMaxCharacters, w.TextLastColumn - w.InputHpos) - length);
+    const std::string taken = midstring(line, 1, room);
+    if (taken.size() < line.size())
+        debuglog("t_InputEdit: Pasted text of " + std::to_string(line.size()) + " bytes cut to the " +
+                 std::to_string(room) + " characters the field has room for.");
+    t_PostKeyString(taken);
+}
+
 } // namespace
 
 std::string t_TextPasteEncode(std::string_view text) {
@@ -209,7 +223,7 @@ void t_InputEdit(uint8_t window, Int code) {
         ++w.InputCursorPos;
         break;
     case 22:
-        t_PostKeyString(firstline(t_TextPasteEncode(pasteboardstring())));
+        paste(window, n);
         break;
     case 24: {
         w.InputString = fromposition(w.InputString, w.InputCursorPos + 1);

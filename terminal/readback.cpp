@@ -45,9 +45,10 @@ std::string tidy(const std::string& raw) {
 } // namespace
 
 std::string t_GetScreen(uint8_t window, std::string_view separator) {
+    // A copy from the menu runs on the main thread while the program thread prints or makes the window
+    // anew: the lock keeps both still while the grid is checked against the memory and read.
+    std::lock_guard<std::mutex> lock(t_WindowShapeLock);
     if (!t_TextGuard(window, "t_GetScreen")) return {};
-    // A copy from the menu runs on the main thread while the program thread may be making the window
-    // anew: the grid is read once, and checked against the memory before any cell is read.
     const t_Window& w = t_WindowTable[window];
     const Int start = w.TextMemoryStart, end = w.TextMemoryEnd, width = w.TextWidth, height = w.TextHeight;
     const Int half = (end - start + 1) / 2;

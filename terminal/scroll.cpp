@@ -80,6 +80,7 @@ void t_ScrollUp(uint8_t window) {
     const Int s = (d * fh * f * pw) / 8, count = ((fw * width + (fh * l - 1) * pw) * d) / 8 - s;
     if (c1 == 1 && c2 == width && inblock(w, m + s, m + s - (d * fh * pw) / 8, count)) {
         const Int a = attributeplane(w), t = w.TextMemoryStart;
+        std::lock_guard<std::mutex> lock(t_WindowShapeLock);
         t_MemoryMove(a + width * f, a + width * f - width, width * l - width * f);
         t_MemoryMove(t + width * f, t + width * f - width, width * l - width * f);
         t_MemoryMove(m + s, m + s - (d * fh * pw) / 8, count);
@@ -106,6 +107,7 @@ void t_ScrollDown(uint8_t window) {
               count = m + ((fw * width + (fh * (l - 1) - 1) * pw) * d) / 8 - g;
     if (c1 == 1 && c2 == width && inblock(w, g, g + (d * fh * pw) / 8, count)) {
         const Int a = attributeplane(w), t = w.TextMemoryStart;
+        std::lock_guard<std::mutex> lock(t_WindowShapeLock);
         t_MemoryMove(a + width * f1, a + width * f1 + width, (l - 1 - f1) * width);
         t_MemoryMove(t + width * f1, t + width * f1 + width, (l - 1 - f1) * width);
         t_MemoryMove(g, g + (d * fh * pw) / 8, count);

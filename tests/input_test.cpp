@@ -4,13 +4,18 @@
 
 #include "application/application.h"
 #include "shell/events.h"
+#include "shell/menus.h"
 #include "testsupport.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <mutex>
+#include <set>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 namespace {
 
@@ -121,7 +126,7 @@ TEST_F(InputTest, ControlWithThePadSwitchesTheOutputAndOtherKeysAreQueued) {
     viewKeyDown(window, {200, stringfromscalar(0x263A), 0}); // no event: beyond the tables
     for (auto [code, target] : {std::pair{89, 0}, {91, 2}, {92, 1}}) {
         viewKeyDown(window, {code, "7", t_ModControl | t_ModNumericPad});
-        EXPECT_EQ(record(window).TextRedirectOutput, target) << code;
+        EXPECT_EQ(record(window).TextRedirectOutput.load(), target) << code;
     }
     viewKeyDown(window, {89, "7", t_ModControl | t_ModNumericPad | t_ModOption});
     std::lock_guard<std::mutex> hold(t_KeyQueueLock);
@@ -209,10 +214,42 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
     std::string rest;
     while (t_KeyEventPending.load()) rest += stringfromscalar(t_NextEvent());
     EXPECT_EQ(rest, "20AC\035b");
-    // A paste far larger than the field yields what fits.
+    // A paste far larger than the field queues what fits, and the log tells of the cut.
+    standin::LogCapture log;
     recorder->pasteboard = std::string(100000, 'x');
-    t_PostKeyString("\x16");
-    EXPECT_EQ(formafterdrain(0, 10), std::string(10, 'x'));
+    t_InputForm(window, "", "ab", true, 0, 10);
+    t_InputEdit(window, 22);
+    EXPECT_EQ(t_KeyQueue.size(), 8u);
+    EXPECT_TRUE(
+        log.has("t_InputEdit: Pasted text of 100000 bytes cut to the 8 characters the field has room for."));
+}
+
+// A flood of clicks and menu choices keeps the newest 1000 of each, says so once, and runs the program's
+// handlers on one thread each, not on a thread per event (told by running number: an id may be reused).
+TEST_F(InputTest, FloodsOfClicksAndChoicesAreBounded) {
+    standin::LogCapture log;
+    std::mutex lock;
+    std::set<int64_t> threads;
+    t_ProgramMouseHandler = t_ProgramMenuHandler = [&] {
+        std::lock_guard<std::mutex> hold(lock);
+        threads.insert(threadnumber());
+    };
+    for (int i = 0; i < 1500; ++i) {
+        viewMouseDown(window, {1, 0, double(i), 0}, false);
+        ASSERT_TRUE(standin::onmain([i] { t_MenuEventHandler({true, "", "", "", 0, 1000 + i}); }));
+    }
+    EXPECT_EQ(std::tuple(t_MouseQueue.size(), t_MouseQueue.front().WindowX), std::tuple(1000u, 500));
+    EXPECT_EQ(std::tuple(t_MenuQueue.size(), t_MenuQueue.front().ItemAction), std::tuple(1000u, 1500));
+    for (const std::string routine : {"t_MouseEventHandler", "t_MenuEventHandler"})
+        EXPECT_EQ(
+            std::ranges::count(log.lines(), routine + ": Queue full at 1000 events, the oldest are dropped."),
+            1);
+    // The runs still due end (they are quick) before the handlers go.
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    std::lock_guard<std::mutex> hold(lock);
+    t_ProgramMouseHandler = t_ProgramMenuHandler = [] {};
+    EXPECT_EQ(threads.size(), 2u);
+    t_MouseQueue.clear(), t_MenuQueue.clear();
 }
 
 // The evaluation of 1,000 participants printed while 100,000 keys arrive and the refresh has frames

@@ -71,6 +71,7 @@ TEST(Menus, ChoicesByTag) {
     }
     for (Int tag = 200; tag <= 231; ++tag) t_MenuActionAdd(tag);
     for (Int tag = 110; tag <= 114; ++tag) t_MenuActionAdd(tag);
+    t_MenuActionAdd(-5);
     std::atomic<int> programHandler{0};
     t_ProgramMenuHandler = [&] { ++programHandler; };
     // What each choice does, as the platform and the log see it.
@@ -94,6 +95,7 @@ TEST(Menus, ChoicesByTag) {
         {"paste with no window in front", 113, true, {"beep"}, 0},
         {"copy picture with no window in front", 110, true, {"beep"}, 0},
         {"231 does nothing", 231, true, {}, 0},
+        {"a row with a negative tag is handled", -5, true, {}, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

@@ -35,6 +35,10 @@ struct LogCapture {
         std::lock_guard<std::mutex> lock(shared->mutex);
         return shared->lines;
     }
+    bool has(const std::string& line) const {
+        const auto all = lines();
+        return std::find(all.begin(), all.end(), line) != all.end();
+    }
 };
 
 // The bundle the build makes beside the tests' folder, with the fonts and the beep.

@@ -96,7 +96,7 @@ DisplayView::DisplayView(int index, QWidget* parent) : QWidget(parent), Index(in
 namespace {
 
 // Bytes of the block that make a frame, or 0 when the record names no readable block.
-size_t framebytes(const t_Window& w) {
+size_t framebytes(const t_WindowShape& w) {
     const Int pixels =
         w.Width > 0 && w.Height > 0 && w.Width <= 0x10000 && w.Height <= 0x10000 ? w.Width * w.Height : 0;
     Int bytes = 0;
@@ -119,29 +119,40 @@ size_t framebytes(const t_Window& w) {
     return static_cast<size_t>(bytes);
 }
 
+// The two reads of a graphic block while the program thread may be plotting into it: a frame is made from
+// the memory as it stands, as a video chip reads its memory (tools/tsan.supp names them).
+__attribute__((noinline)) bool sameframesource(const std::vector<uint8_t>& source, Int start) {
+    return std::memcmp(source.data(), t_VideoMemory.data() + start, source.size()) == 0;
+}
+
+__attribute__((noinline)) void copyframesource(std::vector<uint8_t>& source, Int start) {
+    std::memcpy(source.data(), t_VideoMemory.data() + start, source.size());
+}
+
 } // namespace
 
 bool DisplayView::sourceunchanged() const {
     if (Source.empty() || !t_MemoryInitialized.load(std::memory_order_acquire)) return false;
-    const t_Window& w = t_WindowTable[Index];
-    if (!w.Initialized.load() || !w.Visible.load()) return false;
+    const t_Window& record = t_WindowTable[Index];
+    if (!record.Initialized.load() || !record.Visible.load()) return false;
+    const t_WindowShape w = t_WindowShapeOf(static_cast<uint8_t>(Index));
     if (w.MemoryStart != SourceStart || w.BitDepth != SourceDepth || w.Width != SourceWidth ||
         w.Height != SourceHeight || framebytes(w) != Source.size())
         return false;
-    return std::memcmp(Source.data(), t_VideoMemory.data() + SourceStart, Source.size()) == 0;
+    return sameframesource(Source, SourceStart);
 }
 
 // Taken before composing: a write that falls between the two makes the next comparison fail, never
 // the other way round.
 void DisplayView::takesource() {
-    const t_Window& w = t_WindowTable[Index];
+    const t_WindowShape w = t_WindowShapeOf(static_cast<uint8_t>(Index));
     const size_t bytes = framebytes(w);
     SourceStart = w.MemoryStart;
     SourceDepth = w.BitDepth;
     SourceWidth = w.Width;
     SourceHeight = w.Height;
     Source.resize(bytes);
-    if (bytes > 0) std::memcpy(Source.data(), t_VideoMemory.data() + SourceStart, bytes);
+    if (bytes > 0) copyframesource(Source, SourceStart);
 }
 
 void DisplayView::refresh() {
@@ -255,7 +266,7 @@ void DisplayView::keyReleaseEvent(QKeyEvent* event) {
 void DisplayView::mousePressEvent(QMouseEvent* event) {
     event->accept();
     if (event->button() != Qt::LeftButton && event->button() != Qt::RightButton) return;
-    const t_Window& w = t_WindowTable[Index];
+    const t_WindowShape w = t_WindowShapeOf(static_cast<uint8_t>(Index));
     // Back from the scaled picture to its own pixels.
     const t_Placement p = placement();
     const QPointF at(topicture(event->position().x(), p.X + LogicalView.x() * p.Scale, p.Scale),

@@ -124,8 +124,11 @@ std::vector<std::string> runpanel(const t_PanelRequest& request) {
     if (!request.FileTypes.empty()) {
         QStringList patterns;
         for (const std::string& type : request.FileTypes) patterns << "*." + QString::fromStdString(type);
-        // Other types stay allowed in a save panel: the filter proposes, the name decides.
-        dialog.setNameFilters({"(" + patterns.join(' ') + ")", "(*)"});
+        QStringList filters{"(" + patterns.join(' ') + ")"};
+        // Other types stay allowed in a save panel: the filter proposes, the name decides. An open panel
+        // offers only the types asked for.
+        if (request.Save) filters << "(*)";
+        dialog.setNameFilters(filters);
     }
     if (request.Save) {
         dialog.setAcceptMode(QFileDialog::AcceptSave);

@@ -5,6 +5,9 @@
 #include "shell/qt/appdelegate.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QFileDialog>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -77,6 +80,20 @@ TEST(MenuBar, ShortcutsLeavePlainControlKeysToTheProgram) {
                 << action->text().toStdString();
         }
     EXPECT_GE(shortcuts, 4);
+}
+
+// An open panel offers only the types asked for; a save panel offers every other file as well.
+TEST(MenuBar, OnlyTheSavePanelOffersAllFiles) {
+    for (const bool save : {false, true}) {
+        QStringList seen;
+        QTimer::singleShot(0, [&] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            if (dialog) seen = dialog->nameFilters(), dialog->reject();
+        });
+        save ? void(t_SavePanelRun("a.txt", "", "", "txt,text"))
+             : void(t_OpenPanelRun("", "", "txt,text", false, true, false));
+        EXPECT_EQ(seen.join(' ').toStdString(), save ? "(*.txt *.text) (*)" : "(*.txt *.text)");
+    }
 }
 
 } // namespace
