@@ -1,4 +1,5 @@
 #include "application/application.h"
+#include "application/phone.h"
 #include "display/display.h"
 #include "library/library.h"
 #include "shell/platform.h"
@@ -73,7 +74,10 @@ void startmenu() {
             crs(1);
             KeyPressed = "";
         }
-        if (KeyPressed == escapeKey) t_QuitProgram(0);
+        if (KeyPressed == escapeKey) {
+            SeelenorakelPhoneClose();
+            t_QuitProgram(0);
+        }
         if (KeyPressed == returnKey) return;
     }
 }
@@ -94,6 +98,7 @@ void participantloop() {
             KeyPressed = lowercasestring(t_WaitKey(window()));
         if (KeyPressed == escapeKey) {
             crs(2);
+            SeelenorakelPhoneClose();
             SeelenorakelEvaluation();
         } else {
             SeelenorakelInput();
@@ -122,6 +127,7 @@ void SeelenorakelMain() {
     SeelenorakelSetUp();
     SeelenorakelIntroduction();
     SeelenorakelLoad();
+    SeelenorakelPhoneOpen();
     startmenu();
     participantloop();
     t_QuitProgram(0);
