@@ -124,6 +124,8 @@ class Door : public QTcpServer {
 // Looks at what has come in before the server reads it: a body announced or sent beyond the limit is
 // answered with 413 (or 404 with a wrong code) at once, and nothing of it reaches the game.
 void guard(QTcpSocket* socket) {
+    // The round may have ended while this was on its way; the server goes with the next event loop pass.
+    if (!current) return;
     const qint64 seen = socket->property("seen").toLongLong() + socket->bytesAvailable();
     socket->setProperty("seen", seen);
     const QByteArray head = socket->peek(mostHead);
@@ -142,7 +144,7 @@ void guard(QTcpSocket* socket) {
 }
 
 void Door::incomingConnection(qintptr handle) {
-    if (current->Connections >= mostConnections) {
+    if (!current || current->Connections >= mostConnections) {
         ::close(static_cast<int>(handle));
         return;
     }
@@ -168,6 +170,10 @@ void Door::incomingConnection(qintptr handle) {
 }
 
 bool PhoneServer::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
+    if (!current) {
+        socket->abort();
+        return true;
+    }
     socket->setProperty("answered", true);
     const QByteArray path = request.url().path().toLatin1();
     if (!rightpath(path)) {
@@ -243,6 +249,7 @@ void stopround() {
     if (!current) return;
     Round* round = current;
     current = nullptr;
+    round->Listener->close();
     round->Server->deleteLater();
     if (round->Window) {
         round->Window->disconnect();
