@@ -1,7 +1,7 @@
-// The questionnaire: one participant's name, birthday, facts, statements and wishes asked screen by
-// screen, packed into the Attribute text and stored. The whole store is saved after each participant,
-// so that nobody who finished is lost.
+// The keyboard questionnaire: one participant at a time, name to demands, then the record stored and the
+// data file rewritten. What it asks and within which limits comes from the catalogue.
 #include "application/application.h"
+#include "application/catalogue.h"
 
 #include "display/display.h"
 #include "library/library.h"
@@ -32,23 +32,21 @@ Int numberof(std::string_view text) {
     return integerfrombytes(bytesfromstring(text));
 }
 
-// The decimal text in a fixed width: behind a "0", cut to its last digits when that is too long.
-std::string fixedwidth(Int value, size_t width) {
-    std::string text = "0" + std::to_string(value);
-    return text.size() > width ? text.substr(text.size() - width) : text;
-}
-
 // Asked again on the same line until the number is in range; nothing says what was wrong.
-Int numberfield(std::string_view prompt, Int lowest, Int highest) {
+Int numberfield(const SeelenorakelNumber& field, Int highest) {
     for (;;) {
         t_Htab(SeelenorakelWindow(), 1);
-        print(prompt);
+        print(field.Prompt);
         t_ClearEndOfLine(SeelenorakelWindow());
         const Int n = numberof(t_InputForm(SeelenorakelWindow(), "", "", false, 2, 25));
         // The field's Return has moved the cursor to the next line.
         t_Vtab(SeelenorakelWindow(), t_Vpos(SeelenorakelWindow()) - 1);
-        if (n >= lowest && n <= highest) return n;
+        if (n >= field.Lowest && n <= highest) return n;
     }
+}
+
+Int numberfield(const SeelenorakelNumber& field) {
+    return numberfield(field, field.Highest);
 }
 
 // Keys that give no number in range are swallowed; a key that isn't a digit reads as 0.
@@ -59,14 +57,7 @@ Int keyquestion(Int lowest, Int highest) {
     }
 }
 
-struct Menu {
-    const char* Heading;
-    std::vector<const char*> Lines;
-    Int Column;
-    bool Echo;
-};
-
-void menuquestion(const Menu& menu) {
+Int menuquestion(const SeelenorakelMenu& menu) {
     print(menu.Heading);
     crs(2);
     for (const char* line : menu.Lines) {
@@ -77,40 +68,12 @@ void menuquestion(const Menu& menu) {
     t_Vtab(SeelenorakelWindow(), t_Vpos(SeelenorakelWindow()) - k);
     t_Htab(SeelenorakelWindow(), menu.Column);
     const Int n = keyquestion(1, 5);
-    AttributeBuffer += std::to_string(n);
-    if (!menu.Echo) return;
+    if (!menu.Echo) return n;
     t_Print(SeelenorakelWindow(), bytesfrominteger(n));
     t_Vtab(SeelenorakelWindow(), t_Vpos(SeelenorakelWindow()) + k);
     crs(1);
+    return n;
 }
-
-const Menu religion{
-    "Ihre Religion: ",
-    {"1  Katholisch", "2  Evangelisch", "3  Keine Religionsgemeinschaft", "4  Jüdisch", "5  Sonstige"},
-    16,
-    true};
-const Menu nationality{"Ihre Staatsangehörigkeit: ",
-                       {"1  Deutsch", "2  Österreich", "3  Benelux, Frankreich",
-                        "4  Sonstige innerhalb der EG", "5  Außerhalb der EG"},
-                       27,
-                       true};
-const Menu status{"Eingabe ihres Familienstandes: ",
-                  {"1  Geschieden", "2  Ledig", "3  Verwitwet", "4  Verlobt", "5  Verheiratet"},
-                  32,
-                  true};
-const Menu income{
-    "Eingabe ihres monatlichen Einkommens: ",
-    {"1      0 ...  800", "2    801 ... 1600", "3   1601 ... 3200", "4   3201 ... 6400", "5   6401 ....."},
-    39,
-    true};
-const Menu colour{"Eingabe ihrer Lieblingsfarbe: ",
-                  {"1  Blau        4  Grün", "2  Rot         5  Gelb", "3  Keine der Genannten"},
-                  31,
-                  false};
-const char* const scale[] = {"1  Ja, stimmt genau", "2  Stimmt teilweise, stimmt vielleicht",
-                             "3  Ich habe dazu keine Meinung, ich weiß nicht",
-                             "4  Stimmt eher nicht, vielleicht nicht",
-                             "5  Nein, das stimmt nicht, bestimmt nicht"};
 
 std::string nextstatement() {
     if (t_StatementCount < t_StatementPointer) return {};
@@ -118,45 +81,46 @@ std::string nextstatement() {
 }
 
 // A name on its line, asked until it has 2 characters or more and no more than the limit.
-std::string name(Int line, std::string_view prompt, Int limit, std::string_view tooLong) {
+std::string name(Int line, const SeelenorakelNameField& field) {
     std::string text;
     do {
         t_Vtab(SeelenorakelWindow(), line);
         t_Htab(SeelenorakelWindow(), 1);
-        print(prompt);
+        print(field.Prompt);
         t_ClearEndOfLine(SeelenorakelWindow());
         text = t_InputForm(SeelenorakelWindow(), "", "", false, 0, 80);
-        if (charactercount(text) > limit) {
+        if (charactercount(text) > field.Limit) {
             crs(1);
-            print(tooLong);
+            print(field.TooLong);
             crs(1);
-            print("Bitte kürzen Sie ihn sinnvoll ab! Dabei keinen Punkt verwenden!");
+            print(SeelenorakelNameShorten);
             crs(1);
             text.clear();
         }
-    } while (charactercount(text) < 2);
+    } while (charactercount(text) < SeelenorakelNameShortest);
     t_ClearEndOfWindow(SeelenorakelWindow());
     return text;
 }
 
 // A yes-or-no question about the partner; the first two show their answer.
-void demand(std::string_view question, bool echo) {
+Int demand(std::string_view question, bool echo) {
     print(question);
     const Int n = keyquestion(0, 1);
-    AttributeBuffer += std::to_string(n);
-    if (!echo) return;
+    if (!echo) return n;
     t_Print(SeelenorakelWindow(), bytesfrominteger(n));
     crs(2);
+    return n;
 }
 
 // False when the participant gave way to a stored name: nothing to store then.
-bool onepass() {
+bool onepass(SeelenorakelAnswers& a) {
+    a = SeelenorakelAnswers();
     clearscreen();
-    const std::string first =
-        name(4, "Vorname : ", 15, "Ihr Vorname ist zu lang: Er soll max. 15 Buchstaben lang sein.");
-    const std::string last =
-        name(5, "Nachname: ", 20, "Ihr Nachname ist zu lang: Er soll max. 20 Buchstaben lang sein.");
-    NameBuffer = first + " " + last;
+    a.FirstName = name(4, SeelenorakelFirstName);
+    a.LastName = name(5, SeelenorakelLastName);
+    NameBuffer = SeelenorakelNameText(a);
+    // From here on no phone may take this name.
+    SeelenorakelKeyboardName = NameBuffer;
     ParticipantRecord = d_SearchUniqueRecord(ParticipantTable, FieldName, NameBuffer, false);
     if (ParticipantRecord >= 0) {
         crs(1);
@@ -178,44 +142,41 @@ bool onepass() {
     }
 
     crs(1);
-    const Int year = numberfield("Eingabe des Geburtsjahres (JJJJ): ", 1900, 2100);
-    AttributeBuffer += std::to_string(year);
+    a.Year = numberfield(SeelenorakelYear);
     crs(1);
-    const Int month = numberfield("Eingabe des Geburtsmonates  (MM): ", 1, 12);
-    AttributeBuffer += fixedwidth(month, 2);
+    a.Month = numberfield(SeelenorakelMonth);
     crs(1);
-    AttributeBuffer +=
-        fixedwidth(numberfield("Eingabe des Geburtstages    (TT): ", 1, t_DaysInMonth(month, year)), 2);
+    a.Day = numberfield(SeelenorakelDay, t_DaysInMonth(a.Month, a.Year));
 
     crs(2);
-    print("Geben sie eine 1 ein, falls sie weiblich");
+    print(SeelenorakelSexLines[0]);
     crs(1);
-    print("bzw. eine 0 falls sie männlich sind: ");
-    AttributeBuffer += std::to_string(keyquestion(0, 1));
+    print(SeelenorakelSexLines[1]);
+    a.Sex = keyquestion(0, 1);
 
     clearscreen();
-    menuquestion(religion);
-    menuquestion(nationality);
-    AttributeBuffer += std::to_string(numberfield("Ihre Größe   (cm): ", 120, 260));
+    a.Religion = menuquestion(SeelenorakelReligion);
+    a.Nationality = menuquestion(SeelenorakelNationality);
+    a.Size = numberfield(SeelenorakelSize);
     crs(1);
-    AttributeBuffer += fixedwidth(numberfield("Ihre Gewicht (kg): ", 30, 250), 3);
+    a.Weight = numberfield(SeelenorakelWeight);
 
     clearscreen();
-    menuquestion(status);
-    menuquestion(income);
-    menuquestion(colour);
+    a.Status = menuquestion(SeelenorakelStatus);
+    a.Income = menuquestion(SeelenorakelIncome);
+    a.Colour = menuquestion(SeelenorakelColour);
 
     clearscreen();
-    print("Bewerten sie die folgenden Aussagen mit den Tasten 1 bis 5.");
+    print(SeelenorakelScaleIntro);
     crs(2);
     print("Dabei bedeutet:");
     crs(2);
-    for (const char* line : scale) {
+    for (const char* line : SeelenorakelScale) {
         print(line);
         crs(1);
     }
     t_StatementPointer = 1;
-    for (int round = 0; round < 38; ++round) {
+    for (Int& answer : a.Statements) {
         const std::string statement = nextstatement();
         t_Vtab(SeelenorakelWindow(), 14);
         t_Htab(SeelenorakelWindow(), 1);
@@ -223,31 +184,35 @@ bool onepass() {
         t_ClearEndOfLine(SeelenorakelWindow());
         crs(2);
         print("Ihre Meinung dazu: ");
-        AttributeBuffer += std::to_string(keyquestion(1, 5));
+        answer = keyquestion(1, 5);
     }
 
     clearscreen();
-    print("Antworten sie jetzt mit 1, falls sie die nun folgenden Fragen mit Ja,");
+    print(SeelenorakelDemandIntro[0]);
     crs(1);
-    print("oder mit 0, falls sie die Fragen mit Nein beantworten möchten.");
+    print(SeelenorakelDemandIntro[1]);
     crs(2);
-    demand("Der gewünschte Partner darf verheiratet sein? ", true);
-    demand("Der gewünschte Partner soll meiner Religion angehören? ", true);
-    demand("Der gewünschte Partner soll dem anderen Geschlecht angehören? ", false);
+    for (size_t i = 0; i < a.Demands.size(); ++i) a.Demands[i] = demand(SeelenorakelDemands[i], i < 2);
+    AttributeBuffer = SeelenorakelAttributeText(a);
     return true;
 }
 
-void store() {
-    if (ParticipantRecord < 0) {
-        ParticipantRecord = d_CreateRecord(ParticipantTable);
-        debuglog("SeelenorakelInput: Record #" + std::to_string(ParticipantRecord) + " für '" + NameBuffer +
+} // namespace
+
+std::string SeelenorakelKeyboardName;
+
+int64_t SeelenorakelStore(int64_t record, const SeelenorakelAnswers& answers) {
+    const std::string name = SeelenorakelNameText(answers);
+    if (record < 0) {
+        record = d_CreateRecord(ParticipantTable);
+        debuglog("SeelenorakelInput: Record #" + std::to_string(record) + " für '" + name +
                  "' wurde angelegt.");
     } else {
-        debuglog("SeelenorakelInput: Record #" + std::to_string(ParticipantRecord) + " für '" + NameBuffer +
+        debuglog("SeelenorakelInput: Record #" + std::to_string(record) + " für '" + name +
                  "' wird geändert.");
     }
-    d_SetData(ParticipantTable, ParticipantRecord, FieldName, NameBuffer);
-    d_SetData(ParticipantTable, ParticipantRecord, FieldAttribute, AttributeBuffer);
+    d_SetData(ParticipantTable, record, FieldName, name);
+    d_SetData(ParticipantTable, record, FieldAttribute, SeelenorakelAttributeText(answers));
     // The whole store after each participant: quitting later loses nobody who finished. Nobody at the
     // keyboard reads the log, so a failed save shows in the window's title until a save succeeds.
     static bool lastFailed = false;
@@ -256,11 +221,8 @@ void store() {
         t_WindowTitle(SeelenorakelWindow(),
                       defaultwindowtitle(true) + (failed ? " – Letztes Speichern fehlgeschlagen!" : ""));
     lastFailed = failed;
-    NameBuffer.clear();
-    AttributeBuffer.clear();
+    return record;
 }
-
-} // namespace
 
 Int t_DaysInMonth(Int month, Int year) {
     if (month < 1 || month > 12 || year < 1) return 0;
@@ -272,12 +234,19 @@ Int t_DaysInMonth(Int month, Int year) {
 void SeelenorakelInput() {
     NameBuffer.clear();
     AttributeBuffer.clear();
+    SeelenorakelAnswers answers;
     for (;;) {
-        if (!onepass()) return;
+        if (!onepass(answers)) {
+            SeelenorakelKeyboardName.clear();
+            return;
+        }
         clearscreen();
         print("Änderungen erwünscht? (J/N) ");
         if (t_InputYesNo(SeelenorakelWindow(), 1, true) != 1) break;
         AttributeBuffer.clear();
     }
-    store();
+    ParticipantRecord = SeelenorakelStore(ParticipantRecord, answers);
+    NameBuffer.clear();
+    AttributeBuffer.clear();
+    SeelenorakelKeyboardName.clear();
 }

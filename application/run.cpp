@@ -1,6 +1,7 @@
 // The run of the game: its window and introduction, the start menu, the call for the next participant,
 // and the list of those stored.
 #include "application/application.h"
+#include "application/phone.h"
 #include "display/display.h"
 #include "library/library.h"
 #include "shell/platform.h"
@@ -77,7 +78,10 @@ void startmenu() {
             crs(1);
             KeyPressed = "";
         }
-        if (KeyPressed == escapeKey) t_QuitProgram(0);
+        if (KeyPressed == escapeKey) {
+            SeelenorakelPhoneClose();
+            t_QuitProgram(0);
+        }
         if (KeyPressed == returnKey) return;
     }
 }
@@ -99,6 +103,7 @@ void participantloop() {
             KeyPressed = lowercasestring(t_WaitKey(SeelenorakelWindow()));
         if (KeyPressed == escapeKey) {
             crs(2);
+            SeelenorakelPhoneClose();
             SeelenorakelEvaluation();
         } else {
             SeelenorakelInput();
@@ -122,6 +127,7 @@ void SeelenorakelMain() {
     SeelenorakelSetUp();
     SeelenorakelIntroduction();
     SeelenorakelLoad();
+    SeelenorakelPhoneOpen();
     startmenu();
     participantloop();
     t_QuitProgram(0);

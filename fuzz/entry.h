@@ -11,6 +11,7 @@ int fuzzinput(const uint8_t* data, size_t size);
 int fuzzprint(const uint8_t* data, size_t size);
 int fuzzstore(const uint8_t* data, size_t size);
 int fuzzfont(const uint8_t* data, size_t size);
+int fuzzphone(const uint8_t* data, size_t size);
 
 // The input taken a piece at a time; past its end every byte reads 0.
 struct FuzzBytes {

@@ -12,6 +12,7 @@
 #include <ctime>
 
 std::atomic<Int> t_KeyWaitPolls{0};
+std::atomic<void (*)()> t_KeyWaitHook{nullptr};
 
 namespace {
 
@@ -25,6 +26,7 @@ void poll() {
     // Release: whoever sees the count move may read what the thread wrote before it began to wait
     // (the screen, the cursor).
     t_KeyWaitPolls.fetch_add(1, std::memory_order_release);
+    if (void (*hook)() = t_KeyWaitHook.load()) hook();
 }
 
 // Takes the oldest event into t_CurrentEvent; false when the queue was empty. The flag is stored anew

@@ -2,6 +2,7 @@
 // read-back. Every routine takes the window number first and starts with the guard of the window table.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -29,6 +30,9 @@ std::string t_WaitKey(uint8_t window);
 bool t_CheckPause(Int key, bool wait);
 Int t_NextEvent();
 Int t_InputYesNo(uint8_t window, Int defaultAnswer, bool echo);
+// Run by the program thread after each 10 ms that it waits for a key: the program hands its own work
+// here (answers from phones), so that key reading needn't know it. nullptr: nothing.
+extern std::atomic<void (*)()> t_KeyWaitHook;
 
 // Line input.
 std::string t_InputForm(uint8_t window, std::string_view prompt, std::string_view defaultText, bool showOnly,

@@ -18,7 +18,8 @@ TEST_F(FuzzReplay, EverySeedRunsThroughItsTarget) {
                    {"input-corpus", fuzzinput},
                    {"print-corpus", fuzzprint},
                    {"corpus", fuzzstore},
-                   {"font-corpus", fuzzfont}};
+                   {"font-corpus", fuzzfont},
+                   {"phone-corpus", fuzzphone}};
     const int64_t level = t_DebugLevel.exchange(0);
     for (const auto& t : targets) {
         size_t seeds = 0;

@@ -5,7 +5,8 @@
 set -eu
 packages=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libicu-dev liblemon-dev
           qt6-base-dev qt6-multimedia-dev libfreetype-dev fonts-dejavu-core clang libclang-rt-14-dev gcovr desktop-file-utils
-          libasan8 libubsan1 libtsan2)
+          libasan8 libubsan1 libtsan2
+          qt6-httpserver-dev qt6-websockets-dev libqrencode-dev chromium chromium-driver python3-selenium)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

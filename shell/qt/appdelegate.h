@@ -92,6 +92,7 @@ class AppDelegate : public QObject {
     QMenu* ApplicationMenu = nullptr;
     QMenu* EditMenu = nullptr;
     QMenu* WindowMenu = nullptr;
+    QMenu* GameMenu = nullptr;
     QAction* FullScreenAction = nullptr;
     void makemenus();
     std::vector<QMenu*> menus() const;
@@ -109,6 +110,8 @@ extern AppDelegate* t_Delegate;
 t_PlatformPort qtplatformport();
 // Its menus and file panels.
 void qtmenuport(t_PlatformPort& port);
+// The menu "Spiel" with the invitation to play with phones (phoneserver.cpp).
+QMenu* makegamemenu();
 // Keeps a tap of Alt out of the menu bar.
 void installmenustyle(QApplication& application);
 

@@ -211,10 +211,11 @@ void AppDelegate::makemenus() {
         action->setShortcuts(z.keys);
         QObject::connect(action, &QAction::triggered, [direction = z.direction] { zoom(direction); });
     }
+    GameMenu = makegamemenu();
 }
 
 std::vector<QMenu*> AppDelegate::menus() const {
-    return {ApplicationMenu, EditMenu, WindowMenu};
+    return {ApplicationMenu, EditMenu, WindowMenu, GameMenu};
 }
 
 void qtmenuport(t_PlatformPort& port) {

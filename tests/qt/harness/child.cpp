@@ -103,6 +103,11 @@ void command(const std::string& line) {
     } else if (name == "title") {
         const QMainWindow* w = t_Delegate->window(number());
         answer("title " + (w ? w->windowTitle().toStdString() : std::string()));
+    } else if (name == "phone") {
+        for (QMenu* menu : t_Delegate->menus())
+            for (QAction* action : menu->actions())
+                if (action->text() == "Mit Telefonen spielen…") action->trigger();
+        answer("phone");
     } else if (name == "setclipboard") {
         in >> text;
         QGuiApplication::clipboard()->setText(QString::fromStdString(unhex(text)));
