@@ -249,14 +249,8 @@ void store() {
     }
     d_SetData(ParticipantTable, ParticipantRecord, FieldName, NameBuffer);
     d_SetData(ParticipantTable, ParticipantRecord, FieldAttribute, AttributeBuffer);
-    // The whole store after each participant: quitting later loses nobody who finished. Nobody at the
-    // keyboard reads the log, so a failed save shows in the window's title until a save succeeds.
-    static bool lastFailed = false;
-    const bool failed = setstringtofile(datafilepath(), d_DumpDatabase(true, true, false)) != 0;
-    if (failed != lastFailed)
-        t_WindowTitle(window(),
-                      defaultwindowtitle(true) + (failed ? " – Letztes Speichern fehlgeschlagen!" : ""));
-    lastFailed = failed;
+    // The whole store after each participant: quitting later loses nobody who finished.
+    SeelenorakelSave();
     NameBuffer.clear();
     AttributeBuffer.clear();
 }

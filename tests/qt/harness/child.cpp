@@ -113,6 +113,14 @@ void command(const std::string& line) {
         in >> window;
         const QMainWindow* w = t_Delegate->window(window);
         answer("title " + (w ? w->windowTitle().toStdString() : std::string()));
+    } else if (name == "pausesave") {
+        int64_t milliseconds = 0;
+        in >> milliseconds;
+        t_SavePause.store(milliseconds);
+        answer("pausesave");
+    } else if (name == "quit") {
+        for (QAction* action : t_Delegate->ApplicationMenu->actions())
+            if (action->menuRole() == QAction::QuitRole) action->trigger();
     } else if (name == "setclipboard") {
         in >> text;
         QGuiApplication::clipboard()->setText(QString::fromStdString(unhex(text)));
