@@ -35,7 +35,12 @@ void SeelenorakelMain();
 void SeelenorakelSetUp();
 void SeelenorakelIntroduction();
 void SeelenorakelList();
+// -1 when another copy of the game runs on the data file.
 int64_t SeelenorakelLoad();
+// Takes the data file for this copy of the game and loads it; false when another copy runs on it.
+bool SeelenorakelOpenDataFile();
+// Saves the whole store where the participants go, normally the data file; false when that failed.
+bool SeelenorakelSave();
 void t_AddStatementData(const std::string& text);
 void SeelenorakelInput();
 // Days of the month in that year; 0 for a month that doesn't exist or a year below 1.

@@ -213,14 +213,8 @@ int64_t SeelenorakelStore(int64_t record, const SeelenorakelAnswers& answers) {
     }
     d_SetData(ParticipantTable, record, FieldName, name);
     d_SetData(ParticipantTable, record, FieldAttribute, SeelenorakelAttributeText(answers));
-    // The whole store after each participant: quitting later loses nobody who finished. Nobody at the
-    // keyboard reads the log, so a failed save shows in the window's title until a save succeeds.
-    static bool lastFailed = false;
-    const bool failed = setstringtofile(datafilepath(), d_DumpDatabase(true, true, false)) != 0;
-    if (failed != lastFailed)
-        t_WindowTitle(SeelenorakelWindow(),
-                      defaultwindowtitle(true) + (failed ? " – Letztes Speichern fehlgeschlagen!" : ""));
-    lastFailed = failed;
+    // The whole store after each participant: quitting later loses nobody who finished.
+    SeelenorakelSave();
     return record;
 }
 

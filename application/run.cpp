@@ -9,6 +9,9 @@
 #include "store/store.h"
 #include "terminal/terminal.h"
 
+#include <cerrno>
+#include <ctime>
+
 // The window the game prints in: the toolkit's default window.
 uint8_t SeelenorakelWindow() {
     return t_DefaultWindow.load();
@@ -86,6 +89,22 @@ void startmenu() {
     }
 }
 
+// Another copy of the game plays on the same data file: two copies would each save their own
+// participants over the other's. This one says so and ends the process, after a key or a few seconds.
+[[noreturn]] void secondcopy() {
+    crs(1);
+    t_Print(window(), "Das Seelenorakel läuft bereits mit derselben Datendatei.");
+    crs(1);
+    t_Print(window(), "Bitte im schon geöffneten Fenster weiterspielen; dieses hier wird beendet.");
+    crs(1);
+    for (int tick = 0; tick < 800 && t_NextEvent() < 0; ++tick) {
+        timespec t{0, 10000000};
+        while (nanosleep(&t, &t) != 0 && errno == EINTR) {}
+    }
+    platformport().Terminate();
+    t_QuitProgram(0);
+}
+
 void participantloop() {
     for (;;) {
         Participants = d_RecordsInTable(ParticipantTable);
@@ -126,7 +145,7 @@ void SeelenorakelIntroduction() {
 void SeelenorakelMain() {
     SeelenorakelSetUp();
     SeelenorakelIntroduction();
-    SeelenorakelLoad();
+    if (SeelenorakelLoad() < 0) secondcopy();
     SeelenorakelPhoneOpen();
     startmenu();
     participantloop();

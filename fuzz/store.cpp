@@ -3,6 +3,8 @@
 #include "fuzz/entry.h"
 #include "store/store.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -34,6 +36,21 @@ void checkstore() {
             if (first < 0 || first + static_cast<Int>(t.Field.size()) > d_DataNext) __builtin_trap();
 }
 
+// Dumps alike line by line, but for Real values, which may come back in other digits of the same number.
+bool alike(std::string_view a, std::string_view b) {
+    for (;;) {
+        const size_t i = std::min(a.find('\r'), a.size()), j = std::min(b.find('\r'), b.size());
+        const std::string_view x = a.substr(0, i), y = b.substr(0, j);
+        if (x != y && !(x.size() > 12 && x.substr(0, 13) == y.substr(0, 13) && x[0] == ' ' && x[11] == 'R' &&
+                        std::fabs(realfromstring(x.substr(13)) - realfromstring(y.substr(13))) <=
+                            1e-12 * std::fabs(realfromstring(x.substr(13)))))
+            return false;
+        if (i == a.size() || j == b.size()) return i == a.size() && j == b.size();
+        a.remove_prefix(i + 1);
+        b.remove_prefix(j + 1);
+    }
+}
+
 } // namespace
 
 int fuzzstore(const uint8_t* data, size_t size) {
@@ -57,11 +74,14 @@ int fuzzstore(const uint8_t* data, size_t size) {
     const std::span<const uint8_t> second(reinterpret_cast<const uint8_t*>(settled.data()), settled.size());
     d_CreateDatabaseFromBinary(second, false);
     checkstore();
-    // Real texts need not read back to the same digits; every other type must.
-    bool real = false;
-    for (const d_table& t : d_Tables)
-        for (const d_field& f : t.Field) real = real || f.FieldType == d_TypeReal;
-    if (!real && d_DumpDatabase(true, true, false) != settled) __builtin_trap();
+    if (!alike(d_DumpDatabase(true, true, false), settled)) __builtin_trap();
+    // The game's own way: a dump appended to a store of the same structure reads back alike.
+    if (append) {
+        appendstructure();
+        d_CreateDatabaseFromBinary(second, true);
+        checkstore();
+        if (!alike(d_DumpDatabase(true, true, false), settled)) __builtin_trap();
+    }
     d_DeleteDatabase(false);
     return 0;
 }

@@ -40,11 +40,43 @@ void t_RunOnMainThread(const std::function<void()>& block);
 void writecoverage();
 
 // Whole files and the beep.
+// What tells whether a file has changed since it was read or written: size, modification time and a hash
+// of its bytes. Size -1: there was no file.
+struct FileStamp {
+    int64_t Size = -1;
+    int64_t Time = 0; // nanoseconds
+    uint64_t Hash = 0;
+    bool operator==(const FileStamp&) const = default;
+};
+// A whole file as read: its bytes, 0 or why they couldn't be had (ENOENT: there is no such file), its stamp.
+struct FileRead {
+    std::vector<uint8_t> Bytes;
+    int64_t Error = 0;
+    FileStamp Stamp;
+};
+// Only regular files up to this size are read, far above any real evening; anything else gets one log line.
+constexpr int64_t t_FileSizeLimit = int64_t{256} << 20;
+FileRead readfile(const std::string& path);
 std::vector<uint8_t> getbinaryfromfile(const std::string& path);
-int64_t setstringtofile(const std::string& path, std::string_view text);
+// With stamp, it becomes the stamp of the file as written.
+int64_t setstringtofile(const std::string& path, std::string_view text, FileStamp* stamp = nullptr);
+// The process is about to end: lets no new save start, and waits up to that long for one in progress.
+// False when a save still runs.
+bool waitforsaves(int64_t milliseconds);
+// Tests only: milliseconds that each save sleeps between making its temporary file and the rename.
+extern std::atomic<int64_t> t_SavePause;
+// Keeps bytes beside path as "path.DATE-TIME.bak", readable by the owner only, unless a kept copy there
+// holds the same bytes already. Gives the copy's path once it has been read back whole; empty otherwise.
+std::string keepcopy(const std::string& path, const std::vector<uint8_t>& bytes);
+// A lock on path for the rest of the process, in a lock file beside it: 1 taken, 0 held by another running
+// process, -1 when none can be had. A lock of a process that has ended is free again.
+int holdfilelock(const std::string& path);
+// Whether anything is at path; a link that leads nowhere counts as nothing.
+bool fileexists(const std::string& path);
 // The size of a plain file, -1 when there is none.
 int64_t filesize(const std::string& path);
-// Removes the temporary files that saves of this file cut off by a crash have left beside it.
+// Removes the temporary files that saves of this file cut off by a crash have left beside it, but not
+// those of a process that still runs.
 void removeleftovers(const std::string& path);
 // True when files can be made in the folder.
 bool folderwritable(const std::string& folder);

@@ -28,6 +28,7 @@ struct Reader {
     std::vector<Int> types;
     Int errors = 0;
     Int line = 1;
+    Int recordline = 0;
     // The line being read: bytes p up to e, e being its carriage return or the end of the bytes.
     size_t p = 0;
     size_t e = 0;
@@ -40,6 +41,22 @@ struct Reader {
     std::string_view text(size_t offset) const {
         std::string_view piece = raw(offset);
         return wellformedutf8(piece) ? piece : std::string_view{};
+    }
+    // The same for a name or value, which is then an error: a file an editor saved in another encoding
+    // would lose every name with an umlaut at the next save.
+    std::string_view content() {
+        const std::string_view piece = raw(valueOffset);
+        if (wellformedutf8(piece)) return piece;
+        debuglog("d_CreateDatabaseFromBinary: Line #" + decimal(line) + " is not UTF-8.");
+        ++errors;
+        return {};
+    }
+    // A record without all its value lines is a sign of a file cut short.
+    void endrecord() {
+        if (record < 0 || counter >= fields) return;
+        debuglog("d_CreateDatabaseFromBinary: Record in line #" + decimal(recordline) +
+                 " lacks value lines.");
+        ++errors;
     }
 
     void failtable() {
@@ -83,7 +100,7 @@ struct Reader {
 
     void createtable() {
         if (!longenough("table")) return;
-        const Int created = d_CreateTable(text(valueOffset));
+        const Int created = d_CreateTable(content());
         if (created < 0) {
             debuglog("d_CreateDatabaseFromBinaryt: Could not create table.");
             ++errors;
@@ -100,7 +117,7 @@ struct Reader {
         if (!longenough("field")) return;
         const char letter = static_cast<char>(bytes[p + 11]);
         const Int type = d_FieldTypeCode(std::string_view(&letter, 1));
-        if (d_CreateField(table, text(valueOffset), type) < 0) {
+        if (d_CreateField(table, content(), type) < 0) {
             debuglog("d_CreateDatabaseFromBinary: Could not create layout-field.");
             ++errors;
             return;
@@ -110,6 +127,8 @@ struct Reader {
     }
 
     void createrecord() {
+        endrecord();
+        recordline = line;
         record = d_CreateRecord(table);
         if (record < 0) {
             debuglog("d_CreateDatabaseFromBinary: Could not create record #" + decimal(record) + ".");
@@ -132,7 +151,7 @@ struct Reader {
         }
         const Int cell =
             d_Tables[static_cast<size_t>(table)].RecordIndex[static_cast<size_t>(record)] + counter;
-        d_StoreCell(cell, types[static_cast<size_t>(counter)], text(valueOffset));
+        d_StoreCell(cell, types[static_cast<size_t>(counter)], content());
         ++counter;
     }
 
@@ -159,6 +178,7 @@ struct Reader {
                 createrecord();
                 break;
             case 'T':
+                endrecord();
                 if (append)
                     selecttable();
                 else
@@ -173,6 +193,12 @@ struct Reader {
             }
             p = e + 1;
             ++line;
+        }
+        endrecord();
+        if (size > 0 && data[size - 1] != lineEnd) {
+            debuglog(
+                "d_CreateDatabaseFromBinary: The file does not end with a carriage return; it may be cut.");
+            ++errors;
         }
     }
 };
@@ -190,9 +216,12 @@ Int d_FieldTypeCode(std::string_view text) {
     return d_TypeOther;
 }
 
-bool d_AppendDatabase(const std::string& path) {
+bool d_AppendDatabase(const std::string& path, FileRead* read) {
     const int64_t start = absolutetimems();
-    const std::vector<uint8_t> bytes = getbinaryfromfile(path);
+    FileRead own;
+    FileRead& file = read ? *read : own;
+    file = readfile(path);
+    const std::vector<uint8_t>& bytes = file.Bytes;
     if (bytes.empty()) {
         debuglog("d_AppendDatabase: Datafile not found.");
         return false;

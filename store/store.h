@@ -73,8 +73,9 @@ std::string t_FormatLongTime(Int milliseconds, Int decimals, bool withHours);
 std::string d_FieldTypeName(Int type);
 char d_FieldTypeLetter(Int type);
 
-// Data file.
-bool d_AppendDatabase(const std::string& path);
+// Data file. With read, the file as it was read stays there for the caller.
+struct FileRead;
+bool d_AppendDatabase(const std::string& path, FileRead* read = nullptr);
 bool d_CreateDatabaseFromBinary(std::span<const uint8_t> bytes, bool append);
 Int d_FieldTypeCode(std::string_view text);
 

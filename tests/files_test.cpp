@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fstream>
+#include <functional>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -19,6 +21,19 @@ std::string readback(const std::string& path) {
     return {bytes.begin(), bytes.end()};
 }
 
+// A disk that fills up in the middle of the write: the file size limit stands in for it.
+int64_t filledup(const std::function<int64_t()>& write) {
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const rlimit small{4096, old.rlim_max};
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const int64_t code = write();
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, previous);
+    return code;
+}
+
 class Files : public ::testing::Test {
   protected:
     void TearDown() override { std::filesystem::remove_all(folder); }
@@ -28,16 +43,49 @@ class Files : public ::testing::Test {
     }();
 };
 
-TEST_F(Files, ReplacesThroughALinkKeepingTheMode) {
-    // Through a link the target is replaced, keeping its mode, and the link stays.
+TEST_F(Files, LinksStayLinksAndNewFilesArePrivate) {
+    // A new file is its owner's alone, whatever the umask allows. Through a link, even one that leads
+    // nowhere yet, the target is written; the link stays, and a target keeps its mode.
     const std::string path = folder + "Seelenorakel-Daten.txt", link = folder + "verweis";
-    ASSERT_EQ(setstringtofile(path, "alt\r"), 0);
-    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
     ASSERT_EQ(symlink(path.c_str(), link.c_str()), 0);
+    const mode_t mask = umask(0);
+    ASSERT_EQ(setstringtofile(link, "alt\r"), 0);
+    umask(mask);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
     ASSERT_EQ(setstringtofile(link, "über den Verweis"), 0);
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(readback(path), "über den Verweis");
     EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0640));
+}
+
+// Only regular files up to 256 MiB are read: a named pipe doesn't hold the reader, /dev/zero doesn't fill
+// the memory.
+TEST_F(Files, OnlyRegularFilesAreRead) {
+    const std::string fifo = folder + "fifo", zero = folder + "zero", big = folder + "big";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", zero);
+    std::ofstream(big).close();
+    std::filesystem::resize_file(big, (uint64_t{256} << 20) + 1);
+    for (const auto& [path, line] : {std::pair{fifo, "Not a regular file"}, {zero, "Not a regular file"},
+                                     {big, "Larger than 256 MiB"}}) {
+        LogCapture log;
+        EXPECT_NE(readfile(path).Error, 0) << path;
+        EXPECT_EQ(log.lines(), std::vector<std::string>{"getbinaryfromfile: " + std::string(line) +
+                                                        ", so not read: " + path});
+    }
+}
+
+// A kept copy of bytes kept before isn't made again, and one of other bytes never replaces an earlier one.
+TEST_F(Files, KeptCopiesAreMadeOnce) {
+    const std::string path = folder + "daten.txt";
+    const std::vector<uint8_t> first = {'T', '0', '\r'}, second = {'R', '1', '\r'};
+    const std::string a = keepcopy(path, first), b = keepcopy(path, second);
+    EXPECT_EQ(keepcopy(path, first), a);
+    EXPECT_NE(b, a);
+    EXPECT_EQ(readfile(a).Bytes, first);
+    EXPECT_EQ(readfile(b).Bytes, second);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
 }
 
 TEST_F(Files, FailedWritesLeaveTheOldFileWhole) {
@@ -45,16 +93,7 @@ TEST_F(Files, FailedWritesLeaveTheOldFileWhole) {
     ASSERT_EQ(setstringtofile(path, "die alten Daten\r"), 0);
     LogCapture log;
     EXPECT_EQ(setstringtofile(folder + "fehlt/daten.txt", "x"), ENOENT);
-    // A disk that fills up in the middle of the write: the file size limit stands in for it.
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    const rlimit small{4096, old.rlim_max};
-    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const int64_t code = setstringtofile(path, std::string(100000, 'n'));
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, previous);
-    EXPECT_EQ(code, EFBIG);
+    EXPECT_EQ(filledup([&] { return setstringtofile(path, std::string(100000, 'n')); }), EFBIG);
     EXPECT_EQ(log.lines(), (std::vector<std::string>{"setstringtofile: Error #No such file or directory: " +
                                                          folder + "fehlt/daten.txt",
                                                      "setstringtofile: Error #File too large: " + path}));
@@ -73,21 +112,24 @@ TEST_F(Files, ReadOnlyFilesStayAndUnwritableFoldersGetTheFileWrittenInPlace) {
     EXPECT_EQ(readback(path), "alt\r");
     ASSERT_EQ(chmod(path.c_str(), 0666), 0);
     ASSERT_EQ(chmod(folder.c_str(), 0555), 0);
-    int64_t code = -1;
+    int64_t code = -1, full = -1;
     std::thread user([&] {
         // File rights are per thread at this level (setuid would change the whole process).
         if (geteuid() == 0) syscall(SYS_setfsgid, 65534), syscall(SYS_setfsuid, 65534);
         code = setstringtofile(path, "neu\r");
+        full = filledup([&] { return setstringtofile(path, std::string(100000, 'n')); });
     });
     user.join();
     chmod(folder.c_str(), 0700);
     EXPECT_EQ(code, 0);
+    EXPECT_EQ(full, EFBIG);
     EXPECT_EQ(readback(path), "neu\r");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
     EXPECT_EQ(log.lines(),
               (std::vector<std::string>{"setstringtofile: The file is read-only and was not saved: " + path,
                                         "setstringtofile: No file can be made beside " + path +
-                                            ", so it was written in place."}));
+                                            ", so it was written in place.",
+                                        "setstringtofile: Error #File too large: " + path}));
 }
 
 } // namespace

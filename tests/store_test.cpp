@@ -88,36 +88,42 @@ TEST(Store, BrokenLinesAreErrorsAndTheRestStays) {
                       illegal = r + "Illegal Instruction in line #",
                       working = "d_CreateRecord: Working Record created.",
                       norecord = r + "Could not create record #-1.",
-                      notable = "d_CreateRecord: Table #-1 not found.";
+                      notable = "d_CreateRecord: Table #-1 not found.", lacks = r + "Record in line #",
+                      cut = r + "The file does not end with a carriage return; it may be cut.";
     // clang-format off
     // dump: behind the participant table's structure when appending
     const struct { std::string file; bool append, result; Lines logged; std::string dump; } rows[] = {
         {"\r f0        S:early\rT0          :Seelenorakel\r f0        S:no record\rR1\r f0        S:Anna\r"
-         " f1        S:1\r f2        S:surplus\rR2\r f0        S:Karl\r", true, false, {set, set, working, set},
+         " f1        S:1\r f2        S:surplus\rR2\r f0        S:Karl\r", true, false,
+         {set, set, working, set, lacks + "9 lacks value lines."},
          "R1\r f0        S:Anna\r f1        S:1\rR2\r f0        S:Karl\r f1        S:\r"},
         {"R1\r f0        S:x\r", true, false, {notable, norecord, set}, ""},
         {"T0          :A\rR1\r f0        S:ok\rT7          :B\rR1\r f0        S:lost\r", true, false,
-         {working, r + "Table #7 in line #4 not found.", notable, norecord, set}, "R1\r f0        S:ok\r f1        S:\r"},
-        {"T", true, false, {r + "Table line #1 too short."}, ""},
-        {"T0\rR1\r f0        S:kurz\r", true, true, {working}, "R1\r f0        S:kurz\r f1        S:\r"},
+         {working, lacks + "2 lacks value lines.", r + "Table #7 in line #4 not found.", notable, norecord, set},
+         "R1\r f0        S:ok\r f1        S:\r"},
+        {"T", true, false, {r + "Table line #1 too short.", cut}, ""},
+        // A file cut short: a record without all its values.
+        {"T0\rR1\r f0        S:kurz\r", true, false, {working, lacks + "2 lacks value lines."},
+         "R1\r f0        S:kurz\r f1        S:\r"},
         {"T0  :Kurz\rT0          :Lang\rF0 S:X\rF0         S:Y\r", false, false,
          {r + "Line #1 too short for a table.", "d_CreateTable: Table [Lang] #0 created.",
           r + "Line #3 too short for a field."}, "T0          :Lang\rF0         S:Y\r"},
-        // Appending keeps the structure in memory and skips stray lines; a value that isn't UTF-8 comes out empty.
+        // Appending keeps the structure in memory and skips stray lines; a value that isn't UTF-8 comes out
+        // empty and makes the load unclean.
         {"T0          :Fremd\rF0         I:Zahl\rX anything at all\rR1\r f0        I:12abc\r f1        S:Gr\xFC\xDF"
-         "e\rR2\r f\r f1        S:\xC3\xBC ok", true, true, {working},
+         "e\rR2\r f\r f1        S:\xC3\xBC ok", true, false, {working, r + "Line #6 is not UTF-8.", cut},
          "R1\r f0        S:12abc\r f1        S:\rR2\r f0        S:\r f1        S:\xC3\xBC ok\r"},
         // A rebuild takes the file's types, with forgiving numbers and truths.
         {"T0          :Typen\rF0         I:Zahl\rF1         B:Ja\rF2         R:Wert\rR1\r f0        I:  - 40\r"
-         " f1        B:NEIN\r f2        R:-1e400\rR2\r f0        I:7\r f1        B:-1\r f2        R:92233720368547758,08e2",
+         " f1        B:NEIN\r f2        R:-1e400\rR2\r f0        I:7\r f1        B:-1\r f2        R:92233720368547758,08e2\r",
          false, true, {"d_CreateTable: Table [Typen] #0 created.", working},
          "T0          :Typen\rF0         I:Zahl\rF1         B:Ja\rF2         R:Wert\rR1\r f0        I:-40\r f1        B:False\r"
          " f2        R:-inf\rR2\r f0        I:7\r f1        B:True\r f2        R:9,223372036854776e+18\r"},
         // Line feeds behind the carriage returns start lines that appending skips and a rebuild reports.
-        {"T0          :Seelenorakel\r\nF0         S:Name\r\nR1\r\n f0        S:Anna\r\n", true, true, {}, ""},
-        {"T0          :Seelenorakel\r\nF0         S:Name\rX anything at all\r\rQ", false, true,
+        {"T0          :Seelenorakel\r\nF0         S:Name\r\nR1\r\n f0        S:Anna\r\n", true, false, {cut}, ""},
+        {"T0          :Seelenorakel\r\nF0         S:Name\rX anything at all\r\rQ", false, false,
          {"d_CreateTable: Table [Seelenorakel] #0 created.", illegal + "2: [\n] #10: '\nF0         S:Name'",
-          illegal + "3: [X] #88: 'X anything at all'", illegal + "4: [\r] #13: ''", illegal + "5: [Q] #81: 'Q'"},
+          illegal + "3: [X] #88: 'X anything at all'", illegal + "4: [\r] #13: ''", illegal + "5: [Q] #81: 'Q'", cut},
          "T0          :Seelenorakel\r"}};
     // clang-format on
     const std::string structure = "T0          :Seelenorakel\rF0         S:Name\rF1         S:Attribute\r";

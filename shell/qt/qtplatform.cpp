@@ -388,6 +388,10 @@ void quitapplication() {
         debuglog("applicationWillTerminate: Called.");
         t_ProgramTerminateHandler();
     }
+    // Quit, the close at the session's end and the quit signals all come here: a save in progress
+    // finishes first, so that the data file is never left half written.
+    if (!waitforsaves(5000))
+        debuglog("applicationWillTerminate: A save still runs after 5 s; quitting anyway.");
     std::fflush(stdout);
     std::fflush(stderr);
     writecoverage();

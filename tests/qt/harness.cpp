@@ -6,6 +6,8 @@
 
 #include <QProcessEnvironment>
 
+#include <csignal>
+
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -66,6 +68,17 @@ Game::~Game() {
 void Game::kill() {
     process.kill();
     process.waitForFinished(5000);
+}
+
+void Game::signal(int number) {
+    ::kill(static_cast<pid_t>(process.processId()), number);
+}
+
+bool Game::ended(std::chrono::milliseconds limit) {
+    const bool done =
+        process.state() == QProcess::NotRunning || process.waitForFinished(static_cast<int>(limit.count()));
+    log();
+    return done;
 }
 
 bool Game::running() const {

@@ -86,6 +86,9 @@ struct Game {
     bool running() const;
     // Ends the program at once with SIGKILL, as a crash or a pulled plug would.
     void kill();
+    // Sends a signal, as the session or `kill` would; and a wait for the program's end.
+    void signal(int number);
+    bool ended(std::chrono::milliseconds limit = 10s);
 
   private:
     QProcess process;

@@ -1,9 +1,12 @@
 // The built program as a person starts it: its log on standard output, its rest at the first key wait,
 // and its end on a quit signal.
+#include "harness.h"
+
 #include <QProcess>
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -23,16 +26,23 @@ long cputicks(qint64 pid) {
 }
 
 TEST(SpineProgram, RestsAtTheFirstKeyAndQuitsOnSignal) {
+    // A copy of the built program in a scratch folder, so that its data file is a scratch one too.
+    harness::Bundle bundle;
+    const std::string executable = bundle.app + "/Contents/MacOS/seelenorakel";
+    std::filesystem::create_directories(bundle.app + "/Contents/MacOS");
+    std::filesystem::copy_file(SEELENORAKEL_EXECUTABLE, executable);
     QProcess program;
-    program.start(SEELENORAKEL_EXECUTABLE, QStringList());
+    program.start(QString::fromStdString(executable), QStringList());
     std::string output;
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (output.find("d_CreateTable: Table [Seelenorakel] #0 created.") == std::string::npos &&
+    while (output.find("d_AppendDatabase: Datafile") == std::string::npos &&
            std::chrono::steady_clock::now() < end) {
         program.waitForReadyRead(100);
         output += program.readAllStandardOutput().toStdString();
     }
     ASSERT_NE(output.find("applicationDidFinishLaunching: End."), std::string::npos) << output;
+    EXPECT_NE(output.find("SeelenorakelLoad: Data file " + bundle.datafile() + "."), std::string::npos)
+        << output;
     std::string name;
     std::getline(std::ifstream("/proc/" + std::to_string(program.processId()) + "/comm"), name);
     EXPECT_EQ(name, "AppDelegate");

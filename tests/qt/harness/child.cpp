@@ -108,6 +108,12 @@ void command(const std::string& line) {
             for (QAction* action : menu->actions())
                 if (action->text() == "Mit Telefonen spielen…") action->trigger();
         answer("phone");
+    } else if (name == "pausesave") {
+        t_SavePause.store(number());
+        answer("pausesave");
+    } else if (name == "quit") {
+        for (QAction* action : t_Delegate->ApplicationMenu->actions())
+            if (action->menuRole() == QAction::QuitRole) action->trigger();
     } else if (name == "setclipboard") {
         in >> text;
         QGuiApplication::clipboard()->setText(QString::fromStdString(unhex(text)));
