@@ -24,7 +24,7 @@ bool LastSaveFailed = false;
 
 void showtitle() {
     t_WindowTitle(SeelenorakelWindow(), defaultwindowtitle(true) + TitleNote +
-                                              (LastSaveFailed ? " – Letztes Speichern fehlgeschlagen!" : ""));
+                                            (LastSaveFailed ? " – Letztes Speichern fehlgeschlagen!" : ""));
 }
 
 std::string namepart(const std::string& path) {

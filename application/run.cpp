@@ -93,9 +93,9 @@ void startmenu() {
 // participants over the other's. This one says so and ends the process, after a key or a few seconds.
 [[noreturn]] void secondcopy() {
     crs(1);
-    t_Print(window(), "Das Seelenorakel läuft bereits mit derselben Datendatei.");
+    t_Print(SeelenorakelWindow(), "Das Seelenorakel läuft bereits mit derselben Datendatei.");
     crs(1);
-    t_Print(window(), "Bitte im schon geöffneten Fenster weiterspielen; dieses hier wird beendet.");
+    t_Print(SeelenorakelWindow(), "Bitte im schon geöffneten Fenster weiterspielen; dieses hier wird beendet.");
     crs(1);
     for (int tick = 0; tick < 800 && t_NextEvent() < 0; ++tick) {
         timespec t{0, 10000000};

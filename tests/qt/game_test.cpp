@@ -259,7 +259,7 @@ TEST(Game, QuittingWaitsForASaveInProgress) {
         harness::Game game(bundle);
         ASSERT_TRUE(game.waitforkey()) << game.log();
         game.ask("pausesave 1500");
-        send(game, "\r" + typed("Ab"));
+        game.send("\r" + typed("Ab"));
         ASSERT_TRUE(game.logshows("SeelenorakelInput: Record #1"));
         std::this_thread::sleep_for(300ms);
         quit ? game.signal(quit) : void(game.ask("quit")); // 0: the Quit command
