@@ -8,7 +8,6 @@
 #include "store/store.h"
 
 #include <cerrno>
-#include <ctime>
 
 namespace {
 
@@ -25,22 +24,6 @@ bool LastSaveFailed = false;
 void showtitle() {
     t_WindowTitle(SeelenorakelWindow(), defaultwindowtitle(true) + TitleNote +
                                             (LastSaveFailed ? " – Letztes Speichern fehlgeschlagen!" : ""));
-}
-
-std::string namepart(const std::string& path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
-// A new file beside the data file for the participants of a run that can't save into it.
-std::string besidename(const std::string& path) {
-    char stamp[32];
-    const time_t now = time(nullptr);
-    tm local{};
-    localtime_r(&now, &local);
-    strftime(stamp, sizeof stamp, "%Y-%m-%d-%H%M", &local);
-    std::string name = path + "." + stamp + ".txt";
-    for (int n = 2; fileexists(name); ++n) name = path + "." + stamp + "-" + std::to_string(n) + ".txt";
-    return name;
 }
 
 // Whether the target may be written: it is still what was last loaded or written, or its bytes are kept.
@@ -98,8 +81,8 @@ bool SeelenorakelOpenDataFile() {
     SaveTarget = path;
     if (read.Error != 0 && read.Error != ENOENT) {
         // Only a file that isn't there means an empty store; this one may hold a whole evening.
-        SaveTarget = besidename(path);
-        TitleNote = " – Datendatei nicht lesbar! Gespeichert wird in " + namepart(SaveTarget);
+        SaveTarget = stampedname(path, ".txt");
+        TitleNote = " – Datendatei nicht lesbar! Gespeichert wird in " + pathfilename(SaveTarget);
         Known = {};
         debuglog(
             "SeelenorakelLoad: The data file can't be read, so it is never saved over; participants go to " +

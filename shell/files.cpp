@@ -255,6 +255,18 @@ bool waitforsaves(int64_t milliseconds) {
     return true;
 }
 
+std::string stampedname(const std::string& path, const std::string& extension) {
+    char stamp[32];
+    const time_t now = time(nullptr);
+    tm local{};
+    localtime_r(&now, &local);
+    strftime(stamp, sizeof stamp, "%Y-%m-%d-%H%M", &local);
+    // An earlier file of the same minute stays as it is.
+    std::string name = path + "." + stamp + extension;
+    for (int n = 2; fileexists(name); ++n) name = path + "." + stamp + "-" + std::to_string(n) + extension;
+    return name;
+}
+
 std::string keepcopy(const std::string& path, const std::vector<uint8_t>& bytes) {
     const size_t slash = path.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash);
@@ -272,14 +284,7 @@ std::string keepcopy(const std::string& path, const std::vector<uint8_t>& bytes)
         closedir(dir);
     }
     if (!same.empty()) return same;
-    char stamp[32];
-    const time_t now = time(nullptr);
-    tm local{};
-    localtime_r(&now, &local);
-    strftime(stamp, sizeof stamp, "%Y-%m-%d-%H%M", &local);
-    // An earlier copy of other bytes in the same minute stays as it is.
-    std::string copy = path + "." + stamp + ".bak";
-    for (int n = 2; fileexists(copy); ++n) copy = path + "." + stamp + "-" + std::to_string(n) + ".bak";
+    const std::string copy = stampedname(path, ".bak");
     if (setstringtofile(copy, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size())) !=
         0)
         return "";

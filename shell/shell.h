@@ -68,6 +68,8 @@ extern std::atomic<int64_t> t_SavePause;
 // Keeps bytes beside path as "path.DATE-TIME.bak", readable by the owner only, unless a kept copy there
 // holds the same bytes already. Gives the copy's path once it has been read back whole; empty otherwise.
 std::string keepcopy(const std::string& path, const std::vector<uint8_t>& bytes);
+// A name beside the file that no file has yet: its name, the minute and the extension.
+std::string stampedname(const std::string& path, const std::string& extension);
 // A lock on path for the rest of the process, in a lock file beside it: 1 taken, 0 held by another running
 // process, -1 when none can be had. A lock of a process that has ended is free again.
 int holdfilelock(const std::string& path);
