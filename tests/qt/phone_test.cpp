@@ -12,8 +12,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <map>
-#include <regex>
 #include <thread>
 
 namespace {
@@ -87,10 +87,15 @@ struct Invitation {
     explicit Invitation(harness::Game& game) {
         game.ask("phone");
         EXPECT_TRUE(game.logshows("phoneinvitation: Phones join at http://")) << game.log();
-        std::smatch m;
+        // "Phones join at http://HOST:PORT/CODE/"
         const std::string log = game.log();
-        if (std::regex_search(log, m, std::regex("Phones join at http://[^:]+:(\\d+)/([a-z2-9]{8})/")))
-            port = std::stoi(m[1]), code = m[2];
+        const size_t at = log.find("Phones join at http://");
+        if (at == std::string::npos) return;
+        const size_t colon = log.find(':', at + 22), slash = log.find('/', colon),
+                     end = log.find('/', slash + 1);
+        if (colon == std::string::npos || slash == std::string::npos || end == std::string::npos) return;
+        port = std::atoi(log.substr(colon + 1, slash - colon - 1).c_str());
+        code = log.substr(slash + 1, end - slash - 1);
     }
 };
 
