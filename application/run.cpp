@@ -95,7 +95,8 @@ void startmenu() {
     crs(1);
     t_Print(SeelenorakelWindow(), "Das Seelenorakel läuft bereits mit derselben Datendatei.");
     crs(1);
-    t_Print(SeelenorakelWindow(), "Bitte im schon geöffneten Fenster weiterspielen; dieses hier wird beendet.");
+    t_Print(SeelenorakelWindow(),
+            "Bitte im schon geöffneten Fenster weiterspielen; dieses hier wird beendet.");
     crs(1);
     for (int tick = 0; tick < 800 && t_NextEvent() < 0; ++tick) {
         timespec t{0, 10000000};

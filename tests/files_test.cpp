@@ -67,7 +67,8 @@ TEST_F(Files, OnlyRegularFilesAreRead) {
     std::filesystem::create_symlink("/dev/zero", zero);
     std::ofstream(big).close();
     std::filesystem::resize_file(big, (uint64_t{256} << 20) + 1);
-    for (const auto& [path, line] : {std::pair{fifo, "Not a regular file"}, {zero, "Not a regular file"},
+    for (const auto& [path, line] : {std::pair{fifo, "Not a regular file"},
+                                     {zero, "Not a regular file"},
                                      {big, "Larger than 256 MiB"}}) {
         LogCapture log;
         EXPECT_NE(readfile(path).Error, 0) << path;
