@@ -10,7 +10,6 @@ int fuzzkeys(const uint8_t* data, size_t size);
 int fuzzinput(const uint8_t* data, size_t size);
 int fuzzprint(const uint8_t* data, size_t size);
 int fuzzstore(const uint8_t* data, size_t size);
-int fuzzfont(const uint8_t* data, size_t size);
 int fuzzphone(const uint8_t* data, size_t size);
 
 // The input taken a piece at a time; past its end every byte reads 0.

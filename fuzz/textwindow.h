@@ -8,17 +8,6 @@
 #include "shell/shell.h"
 #include "tests/cellfont.h"
 
-#include <sanitizer/asan_interface.h>
-
-// Whether AddressSanitizer is there: GCC and Clang tell it in different ways.
-#if defined(__SANITIZE_ADDRESS__)
-#define FUZZ_FENCED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define FUZZ_FENCED 1
-#endif
-#endif
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -94,50 +83,23 @@ inline void open(Int depth, Int width, Int height, const t_Font& cells) {
     make(window, depth, width, height, cells);
 }
 
-// Watches the memory outside window 0's blocks while an input runs. Where AddressSanitizer is, it poisons
-// those bytes and so reports the first touch at the instruction that makes it; a comparison at the end
-// of the input then needs to cover only the neighbour's blocks above and the 64 KiB below, where a row or
-// cell past a block's end lands first. Without it, all of the memory outside is compared after every step.
+// Watches the memory beside window 0's blocks while an input runs: the neighbour's blocks above and the
+// 64 KiB below, where a row or cell past a block's end lands first.
 class Fence {
   public:
-    Fence() {
-        uint8_t* base = t_VideoMemory.data();
-        const Int size = static_cast<Int>(t_VideoMemory.size());
-#ifdef FUZZ_FENCED
-        const t_Window& n = t_WindowTable[neighbour];
-        from = std::max<Int>(0, low - 0x10000), to = std::max(n.MemoryEnd, n.TextMemoryEnd) + 1;
-#else
-        from = 0, to = size;
-#endif
-        below.assign(base + from, base + low);
-        above.assign(base + high, base + to);
-        // The block bounds are multiples of 0x400, so the poison fits them exactly.
-        ASAN_POISON_MEMORY_REGION(base, static_cast<size_t>(low));
-        ASAN_POISON_MEMORY_REGION(base + high, static_cast<size_t>(size - high));
-    }
-    ~Fence() {
-        ASAN_UNPOISON_MEMORY_REGION(t_VideoMemory.data(), t_VideoMemory.size());
-        if (changed()) __builtin_trap();
-    }
-    Fence(const Fence&) = delete;
-    Fence& operator=(const Fence&) = delete;
     void check() const {
-#ifndef FUZZ_FENCED
-        if (changed()) __builtin_trap();
-#endif
+        if (bytes(from, low) != below || bytes(high, to) != above) __builtin_trap();
     }
 
   private:
-    bool changed() const {
-        const uint8_t* base = t_VideoMemory.data();
-        return !std::equal(below.begin(), below.end(), base + from) ||
-               !std::equal(above.begin(), above.end(), base + high);
+    static std::vector<uint8_t> bytes(Int start, Int end) {
+        return {t_VideoMemory.begin() + start, t_VideoMemory.begin() + end};
     }
-    const t_Window& w = t_WindowTable[window];
+    const t_Window &w = t_WindowTable[window], &n = t_WindowTable[neighbour];
     const Int low = std::min(w.TextMemoryStart, w.MemoryStart),
-              high = std::max(w.TextMemoryEnd, w.MemoryEnd) + 1;
-    Int from = 0, to = 0;
-    std::vector<uint8_t> below, above; // the bytes from from to low, and from high to to
+              high = std::max(w.TextMemoryEnd, w.MemoryEnd) + 1, from = std::max<Int>(0, low - 0x10000),
+              to = std::max(n.MemoryEnd, n.TextMemoryEnd) + 1;
+    const std::vector<uint8_t> below = bytes(from, low), above = bytes(high, to);
 };
 
 } // namespace fuzzwindow

@@ -77,18 +77,6 @@ TEST_F(Files, OnlyRegularFilesAreRead) {
     }
 }
 
-// A kept copy of bytes kept before isn't made again, and one of other bytes never replaces an earlier one.
-TEST_F(Files, KeptCopiesAreMadeOnce) {
-    const std::string path = folder + "daten.txt";
-    const std::vector<uint8_t> first = {'T', '0', '\r'}, second = {'R', '1', '\r'};
-    const std::string a = keepcopy(path, first), b = keepcopy(path, second);
-    EXPECT_EQ(keepcopy(path, first), a);
-    EXPECT_NE(b, a);
-    EXPECT_EQ(readfile(a).Bytes, first);
-    EXPECT_EQ(readfile(b).Bytes, second);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
-}
-
 TEST_F(Files, FailedWritesLeaveTheOldFileWhole) {
     const std::string path = folder + "daten.txt";
     ASSERT_EQ(setstringtofile(path, "die alten Daten\r"), 0);

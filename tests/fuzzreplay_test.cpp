@@ -14,8 +14,11 @@ TEST_F(FuzzReplay, EverySeedRunsThroughItsTarget) {
     const struct {
         const char* folder;
         int (*target)(const uint8_t*, size_t);
-    } targets[] = {{"keys-corpus", fuzzkeys}, {"input-corpus", fuzzinput}, {"print-corpus", fuzzprint},
-                   {"corpus", fuzzstore},     {"font-corpus", fuzzfont},   {"phone-corpus", fuzzphone}};
+    } targets[] = {{"keys-corpus", fuzzkeys},
+                   {"input-corpus", fuzzinput},
+                   {"print-corpus", fuzzprint},
+                   {"corpus", fuzzstore},
+                   {"phone-corpus", fuzzphone}};
     const int64_t level = t_DebugLevel.exchange(0);
     for (const auto& t : targets) {
         size_t seeds = 0;

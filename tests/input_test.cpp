@@ -2,10 +2,8 @@
 // line input, key sequences typed ahead into a form field and what the field then holds and shows.
 #include "terminal_fixture.h"
 
-#include "application/application.h"
 #include "shell/events.h"
 #include "shell/menus.h"
-#include "testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -252,56 +250,6 @@ TEST_F(InputTest, FloodsOfClicksAndChoicesAreBounded) {
     t_MouseQueue.clear(), t_MenuQueue.clear();
 }
 
-// The evaluation of 1,000 participants printed while 100,000 keys arrive and the refresh has frames
-// composed from the window: every key is read afterwards, in its order.
-TEST_F(InputTest, KeysArrivingWhileTheReportPrintsAreKeptInOrder) {
-    testsupport::People people;
-    for (Int i = 1; i <= 1000; ++i) {
-        std::string answers = std::to_string(1940 + i % 60) + "0101" + std::to_string(i % 2) + "11170060";
-        for (Int k = 0; k < 43; ++k) answers += static_cast<char>('1' + (i * 7 + k) % 5);
-        people.emplace_back("Teilnehmer " + std::to_string(i), answers + (i % 3 ? "100" : "001"));
-    }
-    testsupport::participants(people);
-
-    static std::atomic<int> frames{0};
-    t_PlatformPort port = platformport();
-    port.ViewNeedsDisplay = [](uint8_t n) {
-        t_Image frame;
-        frames += t_WindowImage(n, frame);
-    };
-    setplatformport(port);
-    t_WindowTable[window].AutoUpdate = true;
-    t_WindowTable[window].Visible = true;
-    t_AutoUpdateRunning = false;
-    std::thread refresh(t_WindowAutoUpdateProcess);
-
-    constexpr int count = 100000;
-    std::thread typist([] {
-        for (int i = 0; i < count; i += 100) {
-            std::string keys;
-            for (int k = i; k < i + 100; ++k) keys += static_cast<char>('a' + k % 26);
-            t_PostKeyString(keys);
-        }
-    });
-    quietly(SeelenorakelEvaluation);
-    typist.join();
-    t_AutoUpdateRunning = false;
-    t_RefreshWake();
-    refresh.join();
-
-    EXPECT_GT(frames.load(), 0);
-    // The whole report reached the clipboard: a section for everyone, and the footer last.
-    size_t sections = 0;
-    for (size_t at = 0; (at = recorder->pasteboard.find("\nAuswertung für ", at)) != std::string::npos; ++at)
-        ++sections;
-    EXPECT_EQ(sections, 1000u);
-    EXPECT_TRUE(recorder->pasteboard.ends_with("\n*: Es wird das andere Geschlecht bevorzugt.\n"));
-    int taken = 0;
-    for (Int value; (value = t_NextEvent()) >= 0; ++taken)
-        if (value != 'a' + taken % 26) break;
-    EXPECT_EQ(taken, count);
-}
-
 TEST(InputCoding, PasteEncodingAndCopyDecoding) {
     initkbtools();
     EXPECT_EQ(t_TextPasteEncode("ä€\nx"), "ä\03320AC\035\rx");
@@ -314,16 +262,6 @@ TEST(InputCoding, PasteEncodingAndCopyDecoding) {
         {"\033D800\035", std::string(1, '\0')}, {"x\033\03341\035", std::string("x\0", 2)},
     };
     for (const auto& row : decoded) EXPECT_EQ(t_TextCopyDecode(row.in), row.out) << row.in;
-}
-
-TEST(Questionnaire, DaysInMonth) {
-    const struct {
-        Int month, year, days;
-    } rows[] = {{2, 2000, 29}, {2, 1996, 29}, {2, 2096, 29},  {2, 1900, 28}, {2, 2100, 28},
-                {2, 1999, 28}, {4, 2000, 30}, {11, 1981, 30}, {7, 1981, 31}, {12, 1, 31},
-                {13, 2000, 0}, {0, 2000, 0},  {1, 0, 0}};
-    for (const auto& row : rows)
-        EXPECT_EQ(t_DaysInMonth(row.month, row.year), row.days) << row.month << "/" << row.year;
 }
 
 } // namespace

@@ -49,9 +49,9 @@ std::string Bundle::readdata() const {
     return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
-Game::Game(const Bundle& bundle, const std::string& platform) {
+Game::Game(const Bundle& bundle) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("QT_QPA_PLATFORM", QString::fromStdString(platform));
+    environment.insert("QT_QPA_PLATFORM", "offscreen");
     process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(SEELENORAKEL_HARNESS, QStringList{QString::fromStdString(bundle.app)});

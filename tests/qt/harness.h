@@ -46,8 +46,7 @@ using People = std::vector<std::pair<std::string, std::string>>; // name, Attrib
 std::string dumpof(const People& people);
 
 struct Game {
-    // The platform may carry options, such as a screen of another size: "offscreen:configfile=FILE".
-    explicit Game(const Bundle& bundle, const std::string& platform = "offscreen");
+    explicit Game(const Bundle& bundle);
     ~Game();
     Game(const Game&) = delete;
     Game& operator=(const Game&) = delete;
@@ -76,8 +75,7 @@ struct Game {
     void setclipboard(const std::string& text);
     // Any other command of the program's side (harness/child.cpp), answered by its payload: "menu TAG"
     // chooses the item of that tag, "text N" gives side window N's text (in hex), "visible N" 1 or 0,
-    // "image" the clipboard picture's size as WxH, "geometry N" window N's place and size and "area" the
-    // screen's available area, each as "x y w h", "title N" window N's title.
+    // "image" the clipboard picture's size as WxH, "title N" window N's title.
     std::string ask(const std::string& command);
 
     // The program's log so far, and a wait for a line of it.

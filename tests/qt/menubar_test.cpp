@@ -1,5 +1,5 @@
 // The menu bar of the real program: copying the screen, showing and hiding windows, the pasteboard
-// window, the window on a small screen, and the shortcuts.
+// window, the shortcuts and the file panels.
 #include "harness.h"
 #include "shell/menus.h"
 #include "shell/qt/appdelegate.h"
@@ -9,10 +9,6 @@
 #include <QFileDialog>
 #include <QTimer>
 #include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -48,24 +44,6 @@ TEST(MenuBar, CopyShowAndHideThroughTheMenus) {
     // The program still reads its keys.
     ASSERT_TRUE(game.type("l"));
     EXPECT_NE(game.screen().find("Es sind keine Teilnehmer vorhanden."), std::string::npos);
-}
-
-// On a 1366 by 768 laptop window 0 is shown scaled down, whole inside the screen's available area.
-TEST(MenuBar, TheWindowFitsALaptopScreen) {
-    const std::string config = (std::filesystem::temp_directory_path() / "seelenorakel-laptop.json").string();
-    std::ofstream(config)
-        << R"({"windowFrameMargins": false, "screens": [{"name": "laptop", "x": 0, "y": 0, "width": 1366, "height": 768,)"
-           R"( "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})";
-    harness::Bundle bundle;
-    harness::Game game(bundle, "offscreen:configfile=" + config);
-    ASSERT_TRUE(game.waitforkey()) << game.log();
-    int x, y, w, h, ax, ay, aw, ah;
-    std::istringstream(game.ask("geometry 0") + " " + game.ask("area 0")) >> x >> y >> w >> h >> ax >> ay >>
-        aw >> ah;
-    EXPECT_EQ(aw, 1366);
-    EXPECT_TRUE(x >= ax && y >= ay && x + w <= ax + aw && y + h <= ay + ah)
-        << x << " " << y << " " << w << " " << h;
-    EXPECT_LT(h, 832);
 }
 
 // Plain Ctrl keys belong to the program: no item may take one.

@@ -14,7 +14,6 @@
 #include <QAction>
 #include <QClipboard>
 #include <QImage>
-#include <QScreen>
 #include <QKeyEvent>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -93,11 +92,6 @@ void command(const std::string& line) {
     } else if (name == "visible") {
         const QMainWindow* w = t_Delegate->window(number());
         answer(std::string("visible ") + (w && w->isVisible() ? "1" : "0"));
-    } else if (name == "geometry" || name == "area") {
-        const QMainWindow* w = t_Delegate->window(number());
-        const QRect r = !w ? QRect() : name == "area" ? w->screen()->availableGeometry() : w->geometry();
-        answer(name + " " + std::to_string(r.x()) + " " + std::to_string(r.y()) + " " +
-               std::to_string(r.width()) + " " + std::to_string(r.height()));
     } else if (name == "latency") {
         measurelatency(std::max(number(), 1), answer);
     } else if (name == "title") {
