@@ -67,20 +67,17 @@ int fuzzstore(const uint8_t* data, size_t size) {
         if (d_FieldsInTable(t) > 0) d_SearchUniqueRecord(t, 0, "Anna Meier", false);
     // A store rebuilt from its own dump is the dump's fixed point: cells that were never set read back
     // as their type's value ("" as "False" or "0") on the first rebuild, and nothing changes after that.
-    const std::span<const uint8_t> first(reinterpret_cast<const uint8_t*>(dump.data()), dump.size());
-    d_CreateDatabaseFromBinary(first, false);
-    checkstore();
-    const std::string settled = d_DumpDatabase(true, true, false);
-    const std::span<const uint8_t> second(reinterpret_cast<const uint8_t*>(settled.data()), settled.size());
-    d_CreateDatabaseFromBinary(second, false);
-    checkstore();
-    if (!alike(d_DumpDatabase(true, true, false), settled)) __builtin_trap();
+    auto reload = [](const std::string& text, bool onto) {
+        d_CreateDatabaseFromBinary({reinterpret_cast<const uint8_t*>(text.data()), text.size()}, onto);
+        checkstore();
+        return d_DumpDatabase(true, true, false);
+    };
+    const std::string settled = reload(dump, false);
+    if (!alike(reload(settled, false), settled)) __builtin_trap();
     // The game's own way: a dump appended to a store of the same structure reads back alike.
     if (append) {
         appendstructure();
-        d_CreateDatabaseFromBinary(second, true);
-        checkstore();
-        if (!alike(d_DumpDatabase(true, true, false), settled)) __builtin_trap();
+        if (!alike(reload(settled, true), settled)) __builtin_trap();
     }
     d_DeleteDatabase(false);
     return 0;

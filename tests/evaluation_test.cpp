@@ -35,6 +35,14 @@ std::string answers(const std::string& born, char sex, const std::string& middle
     return born + sex + middle + statements + demands;
 }
 
+// A candidate's line for a name of 12 characters, padded to 40; and two who list each other alike.
+std::string hit(const std::string& name, const std::string& points) {
+    return name + std::string(28, ' ') + points + " Punkte.";
+}
+std::string mutual(const std::string& a, const std::string& b, const std::string& points) {
+    return section(a, {hit(b, points)}) + section(b, {hit(a, points)});
+}
+
 const std::string threes(38, '3');
 // A man and a woman born the same day, 170 cm and 60 kg each.
 std::string man(const std::string& demands = "100", char status = '2') {
@@ -45,7 +53,6 @@ std::string woman(const std::string& demands = "100") {
 }
 
 TEST(Evaluation, ExclusionsMarksAndPoints) {
-    const std::string pad = std::string(40 - 12, ' '); // for names of 12 characters
     struct Row {
         const char* name;
         People people;
@@ -63,28 +70,23 @@ TEST(Evaluation, ExclusionsMarksAndPoints) {
          section("Max Aaaaaaaa") + section("Max Bbbbbbbb")},
         {"twins have 0 points",
          {{"Zwilling Ein", man()}, {"Zwilling Two", man()}},
-         section("Zwilling Ein", {"Zwilling Two" + pad + "   0 Punkte."}) +
-             section("Zwilling Two", {"Zwilling Ein" + pad + "   0 Punkte."})},
+         mutual("Zwilling Ein", "Zwilling Two", "   0")},
         // Her weight value is 60 * 1.15, exactly 69 once rounded: 9, where a fused multiply-subtract gives 8.
         {"a woman and a man of 60 kg",
          {{"Frau Sechzig", woman()}, {"Mann Sechzig", man()}},
-         section("Frau Sechzig", {"Mann Sechzig" + pad + "  36 Punkte."}) +
-             section("Mann Sechzig", {"Frau Sechzig" + pad + "  36 Punkte."})},
+         mutual("Frau Sechzig", "Mann Sechzig", "  36")},
         {"a married candidate is left out only by a 0 to the first demand",
          {{"Ohne Ehering", man("000")}, {"Egal Ehering", man("100")}, {"Verheiratet1", man("100", '5')}},
-         section("Ohne Ehering", {"Egal Ehering" + pad + "   0 Punkte."}) +
-             section("Egal Ehering",
-                     {"Ohne Ehering" + pad + "   0 Punkte.", "Verheiratet1" + pad + "   9 Punkte."}) +
-             section("Verheiratet1",
-                     {"Ohne Ehering" + pad + "   9 Punkte.", "Egal Ehering" + pad + "   9 Punkte."})},
+         section("Ohne Ehering", {hit("Egal Ehering", "   0")}) +
+             section("Egal Ehering", {hit("Ohne Ehering", "   0"), hit("Verheiratet1", "   9")}) +
+             section("Verheiratet1", {hit("Ohne Ehering", "   9"), hit("Egal Ehering", "   9")})},
         {"the mark comes from the candidate's demand for the other sex",
          {{"Frau Anderes", woman("101")}, {"Frau Gleiche", woman("100")}},
-         section("Frau Anderes") + section("Frau Gleiche", {"Frau Anderes" + pad + "   0 Punkte. *"})},
+         section("Frau Anderes") + section("Frau Gleiche", {hit("Frau Anderes", "   0") + " *"})},
         {"points of a thousand and more are grouped",
          {{"Alt Altmann1", answers("19000101", '0', "11120030111", std::string(38, '1'), "100")},
           {"Jung Jungfra", answers("21001231", '1', "55260250555", std::string(38, '5'), "100")}},
-         section("Alt Altmann1", {"Jung Jungfra" + pad + "1.784 Punkte."}) +
-             section("Jung Jungfra", {"Alt Altmann1" + pad + "1.784 Punkte."})},
+         mutual("Alt Altmann1", "Jung Jungfra", "1.784")},
         // Hand-edited Attribute strings: empty, short, letters, too long. Empty pieces read as 0.
         {"hand-edited lines read as far as they go",
          {{"Leer Leerman", ""},
@@ -92,28 +94,22 @@ TEST(Evaluation, ExclusionsMarksAndPoints) {
           {"Buchstaben12", "abcdefghij"},
           {"Lang Langman", man() + "99999"}},
          section("Leer Leerman",
-                 {"Kurz Kurzman" + pad + "  34 Punkte.", "Buchstaben12" + pad + "   0 Punkte.",
-                  "Lang Langman" + pad + "9.616 Punkte."}) +
-             section("Kurz Kurzman",
-                     {"Leer Leerman" + pad + "  34 Punkte.", "Buchstaben12" + pad + "  34 Punkte.",
-                      "Lang Langman" + pad + "9.512 Punkte."}) +
-             section("Buchstaben12",
-                     {"Leer Leerman" + pad + "   0 Punkte.", "Kurz Kurzman" + pad + "  34 Punkte.",
-                      "Lang Langman" + pad + "9.616 Punkte."}) +
-             section("Lang Langman",
-                     {"Leer Leerman" + pad + "9.616 Punkte.", "Kurz Kurzman" + pad + "9.512 Punkte.",
-                      "Buchstaben12" + pad + "9.616 Punkte."})},
+                 {hit("Kurz Kurzman", "  34"), hit("Buchstaben12", "   0"), hit("Lang Langman", "9.616")}) +
+             section("Kurz Kurzman", {hit("Leer Leerman", "  34"), hit("Buchstaben12", "  34"),
+                                      hit("Lang Langman", "9.512")}) +
+             section("Buchstaben12", {hit("Leer Leerman", "   0"), hit("Kurz Kurzman", "  34"),
+                                      hit("Lang Langman", "9.616")}) +
+             section("Lang Langman", {hit("Leer Leerman", "9.616"), hit("Kurz Kurzman", "9.512"),
+                                      hit("Buchstaben12", "9.616")})},
         // A year of "9e99" puts the first term beyond 2^60, where it is held; a size of "9e9" is far out too.
         {"figures far out",
          {{"Fern Fernman", answers("9e990101", '0', "119e9060211", threes, "100")}, {"Nahe Naheman", man()}},
-         section("Fern Fernman", {"Nahe Naheman" + pad + "1.152.921.513.606.846.806 Punkte."}) +
-             section("Nahe Naheman", {"Fern Fernman" + pad + "1.152.921.513.606.846.806 Punkte."})},
+         mutual("Fern Fernman", "Nahe Naheman", "1.152.921.513.606.846.806")},
         // A digit with a mark is one character: it reads as the digit, and the pieces behind it stay put.
         {"answers cut by characters",
          {{"Umlaut Fünfe", answers("19800101", '0', "11170060211", "5\u0308" + threes.substr(1), "100")},
           {"Glatte Fünfe", answers("19800101", '0', "11170060211", "5" + threes.substr(1), "100")}},
-         section("Umlaut Fünfe", {"Glatte Fünfe" + pad + "   0 Punkte."}) +
-             section("Glatte Fünfe", {"Umlaut Fünfe" + pad + "   0 Punkte."})},
+         mutual("Umlaut Fünfe", "Glatte Fünfe", "   0")},
         // Names are measured in characters: a combining umlaut pads like the precomposed one.
         {"names in characters, and none padded from 40 on",
          {{"Jörg Öztürk", man()}, {"Jo\u0308rg O\u0308ztu\u0308rk", man()}, {std::string(41, 'x'), man()}},
