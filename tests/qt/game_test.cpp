@@ -163,8 +163,7 @@ TEST(Game, TheDataFileIsNeverLost) {
         const std::string dead = bundle.folder + ".Seelenorakel-Daten.txt.4194305.0.tmp",
                           live = bundle.folder + ".Seelenorakel-Daten.txt." + std::to_string(getpid()) +
                                  ".0.tmp";
-        std::ofstream(dead) << "halb";
-        std::ofstream(live) << "halb";
+        for (const std::string& path : {dead, live}) std::ofstream(path) << "halb";
         for (int start = 0; start < 2; ++start) {
             harness::Game game(bundle);
             EXPECT_TRUE(game.logshows("; its bytes were kept in " + bundle.datafile() + ".")) << game.log();

@@ -100,27 +100,22 @@ bool Game::poll(const std::function<bool()>& condition, std::chrono::millisecond
 
 void Game::press(int key, const std::string& text, uint32_t modifiers, uint32_t scanCode,
                  uint32_t nativeModifiers) {
-    std::ostringstream line;
-    line << "key " << scanCode << " " << key << " " << modifiers << " " << nativeModifiers << " "
-         << hex(text);
-    ask(line.str());
+    ask("key " + std::to_string(scanCode) + " " + std::to_string(key) + " " + std::to_string(modifiers) +
+        " " + std::to_string(nativeModifiers) + " " + hex(text));
 }
 
-// A German PC keyboard's rows start at X keycodes 10, 24, 38 and 52; the Qt key is the capital letter.
+// A German PC keyboard's rows start at X keycodes 10, 24, 38 and 52.
 void Game::send(const std::string& text) {
     static const QString rows[] = {"1234567890ß", "qwertzuiopü", "asdfghjklöä", "yxcvbnm"};
     for (const QChar c : QString::fromStdString(text)) {
-        if (c == '\r') {
-            press(0x01000004, "\r", 0, 36);
-            continue;
-        }
         const QChar lower = c.toLower();
-        uint32_t scan = lower == ' ' ? 65 : 0;
+        uint32_t scan = lower == ' ' ? 65 : lower == '\r' ? 36 : 0;
         for (int row = 0; row < 4 && !scan; ++row)
             if (const qsizetype at = rows[row].indexOf(lower); at >= 0) scan = 10 + 14 * row + at;
         EXPECT_NE(scan, 0u) << "no German key for " << QString(c).toStdString();
         const bool shift = c != lower; // as Qt's modifier 0x02000000 and X11's state bit 1
-        press(lower.toUpper().unicode(), QString(c).toStdString(), shift ? 0x02000000 : 0, scan, shift);
+        const int key = lower == '\r' ? 0x01000004 : lower.toUpper().unicode(); // Return, or the capital
+        press(key, QString(c).toStdString(), shift ? 0x02000000 : 0, scan, shift);
     }
 }
 

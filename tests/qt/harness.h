@@ -50,8 +50,6 @@ std::string dumpof(const People& people);
 struct Game {
     explicit Game(const Bundle& bundle);
     ~Game();
-    Game(const Game&) = delete;
-    Game& operator=(const Game&) = delete;
 
     // True once the program has taken every key sent and waits for the next one within the limit.
     bool waitforkey(std::chrono::milliseconds limit = 20s) { return ask("wait", limit).has_value(); }

@@ -30,8 +30,7 @@ void answer(const std::string& line) {
     std::fflush(stdout);
 }
 
-using harness::hex;
-using harness::unhex;
+using harness::hex, harness::unhex;
 
 // Answers once the program has taken every queued key and then polled for the next one at least once.
 void answerwhenwaiting() {
