@@ -8,13 +8,9 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <functional>
 #include <fstream>
 #include <random>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include <sys/stat.h>
 
@@ -23,24 +19,17 @@ namespace {
 using namespace std::chrono_literals;
 using harness::dumpof;
 
-// Typed ahead, and a wait until the program has taken them all.
-void keys(harness::Game& game, const std::string& text) {
-    ASSERT_TRUE(game.type(text)) << game.screen();
-}
-
-void backspace(harness::Game& game) {
-    game.press(0x01000003, "\b", 0, 22);
-}
-void left(harness::Game& game) {
-    game.press(0x01000012, "", 0, 113);
-}
-
-bool shows(harness::Game& game, const std::string& line) {
-    return ("\n" + game.screen() + "\n").find("\n" + line + "\n") != std::string::npos;
-}
-
+// Whole lines on the screen.
 void expectlines(harness::Game& game, std::initializer_list<const char*> lines) {
-    for (const char* line : lines) EXPECT_TRUE(shows(game, line)) << line << "\n" << game.screen();
+    const std::string screen = "\n" + game.screen() + "\n";
+    for (const char* line : lines)
+        EXPECT_NE(screen.find("\n" + std::string(line) + "\n"), std::string::npos) << line << screen;
+}
+
+// Typed ahead, a wait until the program has taken them all, and the lines that then show.
+void keys(harness::Game& game, const std::string& text, std::initializer_list<const char*> lines = {}) {
+    ASSERT_TRUE(game.type(text)) << game.screen();
+    expectlines(game, lines);
 }
 
 const std::string statements = "12345123451234512345123451234512345123";
@@ -53,27 +42,26 @@ TEST(Game, AnEveningOfParticipants) {
 
     // Names, edited with the cursor and Backspace keys.
     keys(game, "Jürgn");
-    left(game);
+    game.press(0x01000012, "", 0, 113); // Left
     keys(game, "e\rWeiss");
-    backspace(game);
-    backspace(game);
-    keys(game, "ß\r1981\r7\r3\r");
-    expectlines(game, {"Vorname : Jürgen", "Nachname: Weiß", "Eingabe des Geburtsjahres (JJJJ): 1981",
-                       "Eingabe des Geburtsmonates  (MM): 7", "Eingabe des Geburtstages    (TT): 3",
-                       "bzw. eine 0 falls sie männlich sind:"});
+    for (int i = 0; i < 2; ++i) game.press(0x01000003, "\b", 0, 22); // Backspace
+    keys(game, "ß\r1981\r7\r3\r",
+         {"Vorname : Jürgen", "Nachname: Weiß", "Eingabe des Geburtsjahres (JJJJ): 1981",
+          "Eingabe des Geburtsmonates  (MM): 7", "Eingabe des Geburtstages    (TT): 3",
+          "bzw. eine 0 falls sie männlich sind:"});
 
-    keys(game, "011178\r");
-    expectlines(game, {"Ihre Religion: 1", "1  Katholisch", "5  Sonstige", "Ihre Staatsangehörigkeit: 1",
-                       "5  Außerhalb der EG", "Ihre Größe   (cm): 178", "Ihre Gewicht (kg):"});
+    keys(game, "011178\r",
+         {"Ihre Religion: 1", "1  Katholisch", "5  Sonstige", "Ihre Staatsangehörigkeit: 1",
+          "5  Außerhalb der EG", "Ihre Größe   (cm): 178", "Ihre Gewicht (kg):"});
 
     // Status and income show their digit, the colour doesn't; statements show none.
-    keys(game, "62\r234" + statements.substr(0, 5));
-    expectlines(game, {"Aussage: Ich arbeite engagiert für den Frieden.",
-                       "Ihre Meinung dazu:", "5  Nein, das stimmt nicht, bestimmt nicht"});
-    keys(game, statements.substr(5) + "10");
-    expectlines(game, {"Der gewünschte Partner darf verheiratet sein? 1",
-                       "Der gewünschte Partner soll meiner Religion angehören? 0",
-                       "Der gewünschte Partner soll dem anderen Geschlecht angehören?"});
+    keys(game, "62\r234" + statements.substr(0, 5),
+         {"Aussage: Ich arbeite engagiert für den Frieden.",
+          "Ihre Meinung dazu:", "5  Nein, das stimmt nicht, bestimmt nicht"});
+    keys(game, statements.substr(5) + "10",
+         {"Der gewünschte Partner darf verheiratet sein? 1",
+          "Der gewünschte Partner soll meiner Religion angehören? 0",
+          "Der gewünschte Partner soll dem anderen Geschlecht angehören?"});
     // Nothing reached the file before the last answer.
     keys(game, "0");
     EXPECT_EQ(bundle.readdata(), "");
@@ -84,13 +72,11 @@ TEST(Game, AnEveningOfParticipants) {
     EXPECT_TRUE(game.logshows("SeelenorakelInput: Record #1 für 'Jürgen Weiß' wurde angelegt."))
         << game.log();
     EXPECT_EQ(game.clipboard(), "");
-    EXPECT_TRUE(shows(game, "Bitte den 2. Teilnehmer eingeben.")) << game.screen();
+    expectlines(game, {"Bitte den 2. Teilnehmer eingeben."});
 
     // Björn asks for changes; 1899 and 29 February 1900 are asked again, 29 February 2000 is taken.
-    keys(game, "\rBjörn\rKrüger\r1899\r1900\r2\r29\r");
-    EXPECT_TRUE(shows(game, "Eingabe des Geburtstages    (TT):")) << game.screen();
-    keys(game, "28\r122170\r70\r111" + std::string(38, '3') + "111");
-    EXPECT_TRUE(shows(game, "Änderungen erwünscht? (J/N)")) << game.screen();
+    keys(game, "\rBjörn\rKrüger\r1899\r1900\r2\r29\r", {"Eingabe des Geburtstages    (TT):"});
+    keys(game, "28\r122170\r70\r111" + std::string(38, '3') + "111", {"Änderungen erwünscht? (J/N)"});
     EXPECT_EQ(bundle.readdata(), dumpof({{"Jürgen Weiß", juergen}}));
     keys(game, "j");
     keys(game, "Björn\rKrüger\r2000\r2\r29\r033190\r100\r555" + std::string(38, '5') + "001n");
@@ -98,57 +84,52 @@ TEST(Game, AnEveningOfParticipants) {
     EXPECT_EQ(bundle.readdata(), dumpof({{"Jürgen Weiß", juergen}, {"Björn Krüger", bjoern}}));
 
     // The same name in another case: J overwrites the old entry, names it anew, and the count stands.
-    keys(game, "\rjürgen\rweiß\r");
-    EXPECT_TRUE(shows(game, "Ihr Name ist bereits gespeichert.")) << game.screen();
+    keys(game, "\rjürgen\rweiß\r", {"Ihr Name ist bereits gespeichert."});
     keys(game, "j1981\r7\r3\r011178\r62\r234" + statements + "100n");
     EXPECT_EQ(bundle.readdata(), dumpof({{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}}));
     EXPECT_TRUE(game.logshows("SeelenorakelInput: Record #1 für 'jürgen weiß' wird geändert.")) << game.log();
-    EXPECT_TRUE(shows(game, "Bitte den 3. Teilnehmer eingeben.")) << game.screen();
+    expectlines(game, {"Bitte den 3. Teilnehmer eingeben."});
 
     // A first name of 16 letters is refused with two lines; N to the clash stores nothing.
-    keys(game, "\rMaximilianeeeeee\r");
-    expectlines(game, {"Ihr Vorname ist zu lang: Er soll max. 15 Buchstaben lang sein.",
-                       "Bitte kürzen Sie ihn sinnvoll ab! Dabei keinen Punkt verwenden!"});
-    keys(game, "Björn\rKRÜGER\rn");
-    EXPECT_TRUE(shows(game, "Dann tritt ein Anderer an Ihre Stelle.")) << game.screen();
-    keys(game, "x");
-    EXPECT_TRUE(shows(game, "Bitte den 3. Teilnehmer eingeben.")) << game.screen();
+    keys(game, "\rMaximilianeeeeee\r",
+         {"Ihr Vorname ist zu lang: Er soll max. 15 Buchstaben lang sein.",
+          "Bitte kürzen Sie ihn sinnvoll ab! Dabei keinen Punkt verwenden!"});
+    keys(game, "Björn\rKRÜGER\rn", {"Dann tritt ein Anderer an Ihre Stelle."});
+    keys(game, "x", {"Bitte den 3. Teilnehmer eingeben."});
     EXPECT_EQ(bundle.readdata(), dumpof({{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}}));
 
     // Umlauts count one letter each: 15 and 20 of them are taken.
-    const std::string first = "Ömerüäößüäößüäö", last = "Krügerüäößüäößüäößü";
+    const std::string first = "Ömerüäößüäößüäö", last = "Krügerüäößüäößüäößü", name = first + " " + last;
     keys(game, "\r" + first + "\r" + last + "\r1990\r12\r31\r144160\r55\r321" + statements + "111n");
     const std::string oemer = "19901231144160055321" + statements + "111";
-    EXPECT_EQ(bundle.readdata(),
-              dumpof({{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}, {first + " " + last, oemer}}));
+    const harness::People all = {{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}, {name, oemer}};
+    EXPECT_EQ(bundle.readdata(), dumpof(all));
 
     // Esc: the report on the clipboard with the desktop's line ends, the end note on the screen.
     game.escape();
     ASSERT_TRUE(game.screenshows("(Programm Ende)")) << game.screen();
     const std::string report = game.clipboard();
-    EXPECT_EQ(
-        report.rfind("Seelenorakel Auswertung\n=======================\n\nAuswertung für jürgen weiß\n", 0),
-        0u)
+    EXPECT_TRUE(report.starts_with(
+        "Seelenorakel Auswertung\n=======================\n\nAuswertung für jürgen weiß\n"))
         << report;
     EXPECT_NE(report.find("\nAuswertung für Björn Krüger\n"), std::string::npos) << report;
-    EXPECT_EQ(report.find('\r'), std::string::npos);
-    EXPECT_TRUE(shows(game, "*: Es wird das andere Geschlecht bevorzugt.")) << game.screen();
+    expectlines(game, {"*: Es wird das andere Geschlecht bevorzugt."});
 
     // The printer window shows the pair suggestions, and the clipboard holds the report as it always did.
     // Ömer wants her own religion, which nobody shares, and Björn wants an unmarried woman: nobody pairs.
-    const std::string people = "jürgen weiß, Björn Krüger, " + first + " " + last;
     ASSERT_TRUE(game.logshows("t_QuitProgram")) << game.log();
     const std::string printed = harness::unhex(game.ask("text 9"));
-    EXPECT_EQ(printed.rfind("Paarvorschläge\n==============\n\nDie drei Besten für jeden:\njürgen weiß: ", 0),
-              0u)
+    EXPECT_TRUE(
+        printed.starts_with("Paarvorschläge\n==============\n\nDie drei Besten für jeden:\njürgen weiß: "))
         << printed;
-    EXPECT_NE(printed.find("\n" + first + " " + last +
-                           ": niemand\n\nPaare, die einander zulassen:\nOhne Partner: " + people + "\n"),
-              std::string::npos)
+    EXPECT_NE(
+        printed.find("\n" + name +
+                     ": niemand\n\nPaare, die einander zulassen:\nOhne Partner: jürgen weiß, Björn Krüger, " +
+                     name + "\n"),
+        std::string::npos)
         << printed;
     EXPECT_EQ(game.ask("visible 9"), "1");
-    testsupport::participants(
-        {{"jürgen weiß", juergen}, {"Björn Krüger", bjoern}, {first + " " + last, oemer}});
+    testsupport::participants(all);
     std::string expected = SeelenorakelReport();
     std::replace(expected.begin(), expected.end(), '\r', '\n');
     EXPECT_EQ(report, expected);
@@ -169,11 +150,6 @@ std::vector<std::string> files(const harness::Bundle& bundle, const std::string&
     return found;
 }
 
-std::string contents(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 // The data file is what the evening leaves behind. A file an editor saved (line feeds behind the carriage
 // returns, or Latin-1) is kept once, privately, before anything is saved over it; leftovers of cut-off
 // saves go, but not those of a copy that still runs.
@@ -187,8 +163,7 @@ TEST(Game, TheDataFileIsNeverLost) {
         const std::string dead = bundle.folder + ".Seelenorakel-Daten.txt.4194305.0.tmp",
                           live = bundle.folder + ".Seelenorakel-Daten.txt." + std::to_string(getpid()) +
                                  ".0.tmp";
-        std::ofstream(dead) << "halb";
-        std::ofstream(live) << "halb";
+        for (const std::string& path : {dead, live}) std::ofstream(path) << "halb";
         for (int start = 0; start < 2; ++start) {
             harness::Game game(bundle);
             EXPECT_TRUE(game.logshows("; its bytes were kept in " + bundle.datafile() + ".")) << game.log();
@@ -197,7 +172,7 @@ TEST(Game, TheDataFileIsNeverLost) {
         EXPECT_TRUE(std::filesystem::exists(live));
         const std::vector<std::string> kept = files(bundle, ".bak");
         ASSERT_EQ(kept.size(), 1u);
-        EXPECT_EQ(contents(kept[0]), edited);
+        EXPECT_EQ(harness::contents(kept[0]), edited);
         EXPECT_EQ(std::filesystem::status(kept[0]).permissions(), std::filesystem::perms(0600));
     }
     // Mid-evening a second copy is started on the file and ends; someone fixes a name in an editor,
@@ -219,7 +194,7 @@ TEST(Game, TheDataFileIsNeverLost) {
     EXPECT_TRUE(game.logshows("The data file was changed by another program; its bytes were kept in"));
     const std::vector<std::string> kept = files(bundle, ".bak");
     ASSERT_EQ(kept.size(), 1u);
-    EXPECT_EQ(contents(kept[0]), outside);
+    EXPECT_EQ(harness::contents(kept[0]), outside);
     EXPECT_EQ(bundle.readdata(), dumpof({{"Ab Cd", answers}, {"Ef Cd", answers}}));
 }
 
@@ -243,12 +218,11 @@ TEST(Game, ADataFileThatCantBeReadIsLeftAlone) {
             EXPECT_EQ(game.ask("title 0"), "Seelenorakel – Letztes Speichern fehlgeschlagen!");
             continue;
         }
-        EXPECT_EQ(game.ask("title 0").rfind("Seelenorakel – Datendatei nicht lesbar! Gespeichert wird in " +
-                                                std::filesystem::path(beside.at(0)).filename().string(),
-                                            0),
-                  0u)
+        EXPECT_TRUE(
+            game.ask("title 0").starts_with("Seelenorakel – Datendatei nicht lesbar! Gespeichert wird in " +
+                                            std::filesystem::path(beside.at(0)).filename().string()))
             << what;
-        EXPECT_EQ(contents(beside[0]), dumpof({{"Ab Cd", answers}})) << what;
+        EXPECT_EQ(harness::contents(beside[0]), dumpof({{"Ab Cd", answers}})) << what;
     }
 }
 

@@ -9,6 +9,21 @@ namespace {
 using namespace std::chrono_literals;
 
 const std::string menu = "<Esc> für Ende, <Return> für weiter, <L> für Liste, <S> für Structure";
+// The header, and its rule of 80 symbols 156, which read back as U+009C.
+const std::string header = "Das Seelenorakel" + std::string(32, ' ') + "Partnersuche für die ganze Runde\n" +
+                           QString(80, QChar(0x9C)).toStdString() + "\n";
+// The introduction and the menu, at the start of the line after the last empty one.
+const std::string introduction =
+    header +
+    "Dieses Programm sucht unter den Teilnehmern zu Jedem den passenden Partner aus.\n\n"
+    "Dazu werden Fragen gestellt, die bitte möglichst wahrheitsgetreu beantwortet\n"
+    "werden sollen (der Partner soll ja gut zu ihrer Persöhnlichkeit passen).\n\n"
+    "Einige Fragen beziehen sich dabei auf ihre Ansprüche an den Partner.\n\n"
+    "Beachten sie bitte dabei, das es um so schwieriger wird einen passenden\n"
+    "Partner für sie zu finden, je mehr sie von diesem erwarten.\n\n"
+    "Sie brauchen nicht zu befürchten, dass ihre Antworten bekannt werden,\n"
+    "die Antworten werden nicht auf dem Bildschirm erscheinen.\n\n" +
+    menu;
 const std::string none = "\n\nEs sind keine Teilnehmer vorhanden.\n\n" + menu;
 constexpr int keyF1 = 0x01000030;
 constexpr uint32_t control = 0x04000000, alt = 0x08000000;
@@ -18,9 +33,9 @@ TEST(StartMenu, OnlyLReturnAndEscAreReadAndReturnLeadsToTheCallWhereOnlyReturnAn
     harness::Game game(bundle);
     ASSERT_TRUE(game.waitforkey()) << game.log();
     const std::string start = game.screen();
-    ASSERT_NE(start.find("die Antworten werden nicht auf dem Bildschirm erscheinen.\n\n" + menu),
-              std::string::npos)
-        << start;
+    EXPECT_EQ(start, introduction);
+    // Header and rule in red on black, the rest in yellow on black, blanks included.
+    EXPECT_EQ(game.ask("colours 0 1 1 80 1 40 2 1 3 80 25"), "16 16 16 208 208 ");
     // Letters, digits and keys without a meaning here: no echo, no new prompt.
     ASSERT_TRUE(game.type("xqz1 y"));
     for (auto [key, text, modifiers] : {std::tuple{keyF1, "", 0u},
@@ -40,11 +55,10 @@ TEST(StartMenu, OnlyLReturnAndEscAreReadAndReturnLeadsToTheCallWhereOnlyReturnAn
     game.setclipboard("vorher");
     ASSERT_TRUE(game.type("\r"));
     const std::string calling = game.screen();
-    EXPECT_EQ(
-        calling.substr(calling.find('\n', calling.find('\n') + 1) + 1),
-        "\nBitte den 1. Teilnehmer eingeben.\n\nFalls kein weiterer Teilnehmer, zum Beginn der Auswertung\n"
-        "die <Esc>-Taste, sonst die <Return>-Taste drücken!")
-        << calling;
+    // The text area, which starts below the header, is cleared.
+    EXPECT_EQ(calling,
+              header + "\nBitte den 1. Teilnehmer eingeben.\n\nFalls kein weiterer Teilnehmer, zum Beginn "
+                       "der Auswertung\ndie <Esc>-Taste, sonst die <Return>-Taste drücken!");
     // Everything else is swallowed: the screen stands and nothing is taken in.
     ASSERT_TRUE(game.type("lsjn1 X"));
     game.press(keyF1, "");

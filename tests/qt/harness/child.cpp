@@ -19,9 +19,7 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <vector>
 #include <sstream>
 #include <unistd.h>
 
@@ -32,8 +30,7 @@ void answer(const std::string& line) {
     std::fflush(stdout);
 }
 
-using harness::hex;
-using harness::unhex;
+using harness::hex, harness::unhex;
 
 // Answers once the program has taken every queued key and then polled for the next one at least once.
 void answerwhenwaiting() {
@@ -51,11 +48,12 @@ void answerwhenwaiting() {
     timer->start(1);
 }
 
+// Each command answers with its name and what it gives, but for wait, latency and quit.
 void command(const std::string& line) {
     std::istringstream in(line);
-    std::string name, text;
+    std::string name, text, reply;
     in >> name;
-    // The other commands take one number: a window, a tag or a count.
+    // The other commands take numbers: a window, a tag, a count or a cell.
     auto number = [&in] {
         int n = 0;
         in >> n;
@@ -70,49 +68,49 @@ void command(const std::string& line) {
             QKeyEvent event(type, key, modifiers, scan, 0, native, QString::fromStdString(unhex(text)));
             QCoreApplication::sendEvent(t_Delegate->view(0), &event);
         }
-        answer("key");
     } else if (name == "wait") {
-        answerwhenwaiting();
+        return answerwhenwaiting();
     } else if (name == "screen") {
-        answer("screen " + hex(t_GetScreen(static_cast<uint8_t>(number()), "\n")));
+        reply = hex(t_GetScreen(static_cast<uint8_t>(number()), "\n"));
+    } else if (name == "colours") {
+        // Of cells X Y..., from the colour plane, which starts at half the text block.
+        const t_Window& w = t_WindowTable[number()];
+        const Int plane = w.TextMemoryStart + (w.TextMemoryEnd - w.TextMemoryStart + 1) / 2;
+        for (int x, y; in >> x >> y;)
+            reply += std::to_string(t_VideoMemory[plane + (x - 1) + w.TextWidth * (y - 1)]) + " ";
     } else if (name == "clipboard") {
-        answer("clipboard " + hex(QGuiApplication::clipboard()->text().toStdString()));
+        reply = hex(QGuiApplication::clipboard()->text().toStdString());
     } else if (name == "image") {
         const QImage image = QGuiApplication::clipboard()->image();
-        answer("image " + std::to_string(image.width()) + "x" + std::to_string(image.height()));
-    } else if (name == "menu") {
+        reply = std::to_string(image.width()) + "x" + std::to_string(image.height());
+    } else if (name == "menu" || name == "phone") {
+        // The item of a tag, or the phones' item by its name.
         const int tag = number();
         for (QMenu* menu : t_Delegate->menus())
             for (QAction* action : menu->actions())
-                if (!action->isSeparator() && action->data().toInt() == tag) action->trigger();
-        answer("menu");
+                if (!action->isSeparator() && (name == "menu" ? action->data().toInt() == tag
+                                                              : action->text() == "Mit Telefonen spielen…"))
+                    action->trigger();
     } else if (name == "text") {
         const QPlainTextEdit* view = t_Delegate->textView(number());
-        answer("text " + hex(view ? view->toPlainText().toStdString() : std::string()));
-    } else if (name == "visible") {
+        reply = hex(view ? view->toPlainText().toStdString() : std::string());
+    } else if (name == "visible" || name == "title") {
         const QMainWindow* w = t_Delegate->window(number());
-        answer(std::string("visible ") + (w && w->isVisible() ? "1" : "0"));
+        reply =
+            name == "title" ? (w ? w->windowTitle().toStdString() : "") : (w && w->isVisible() ? "1" : "0");
     } else if (name == "latency") {
-        measurelatency(std::max(number(), 1), answer);
-    } else if (name == "title") {
-        const QMainWindow* w = t_Delegate->window(number());
-        answer("title " + (w ? w->windowTitle().toStdString() : std::string()));
-    } else if (name == "phone") {
-        for (QMenu* menu : t_Delegate->menus())
-            for (QAction* action : menu->actions())
-                if (action->text() == "Mit Telefonen spielen…") action->trigger();
-        answer("phone");
+        return measurelatency(std::max(number(), 1), answer);
     } else if (name == "pausesave") {
         t_SavePause.store(number());
-        answer("pausesave");
     } else if (name == "quit") {
         for (QAction* action : t_Delegate->ApplicationMenu->actions())
             if (action->menuRole() == QAction::QuitRole) action->trigger();
+        return;
     } else if (name == "setclipboard") {
         in >> text;
         QGuiApplication::clipboard()->setText(QString::fromStdString(unhex(text)));
-        answer("setclipboard");
     }
+    answer(name + " " + reply);
 }
 
 } // namespace
