@@ -1,18 +1,12 @@
-// Reading keys on the program thread: the wait with its cursor, the output pause, the yes/no question, and
-// line input, key sequences typed ahead into a form field and what the field then holds and shows.
+// Reading keys on the program thread: the wait with its cursor, the output pause, the yes/no question, line
+// input with what the field then holds and shows, floods of clicks and choices, and their races with output.
 #include "terminal_fixture.h"
 
 #include "shell/events.h"
 #include "shell/menus.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
-#include <mutex>
 #include <set>
 #include <sstream>
-#include <thread>
 #include <tuple>
 
 namespace {
@@ -26,11 +20,15 @@ struct InputTest : termtest::TerminalTest {
     void SetUp() override {
         TerminalTest::SetUp();
         makewindow(window, 24, 20, 8);
-        testsupport::clearkeys();
+        clearqueues();
     }
     void TearDown() override {
-        testsupport::clearkeys();
+        clearqueues();
         TerminalTest::TearDown();
+    }
+    static void clearqueues() {
+        testsupport::clearkeys();
+        t_MouseQueue.clear(), t_MenuQueue.clear();
     }
     // A key as a view hands it over; with a key code below 255 and the control flag, Ctrl-S.
     static void typed(const std::string& characters, Int keyCode = 255, uint64_t flags = 0) {
@@ -247,7 +245,38 @@ TEST_F(InputTest, FloodsOfClicksAndChoicesAreBounded) {
     std::lock_guard<std::mutex> hold(lock);
     t_ProgramMouseHandler = t_ProgramMenuHandler = [] {};
     EXPECT_EQ(threads.size(), 2u);
-    t_MouseQueue.clear(), t_MenuQueue.clear();
+}
+
+// The program thread prints and makes its window anew while the main thread copies the screen, clicks,
+// switches the output and composes frames: under tools/tsan.sh the checker sees every access they share.
+TEST_F(InputTest, CopyClickAndRedirectWhileTheProgramPrints) {
+    t_PlatformPort port = platformport();
+    port.MainWindow = [] { return t_WindowHandle(0); };
+    setplatformport(port);
+    record(window).Visible = true;
+    standin::LogCapture log; // the window's making and the redirected text
+    std::atomic<bool> printing{true};
+    std::thread program([&] {
+        // Two shapes: 80 x 32 pixels with no border, 80 x 40 with a border of 4.
+        for (Int n = 0, b = 0; printing; b = ++n / 40 % 2 * 4) {
+            if (n % 40 == 0) t_InitWindow(0, 24, false, 80, 32 + 2 * b, b, b, cellfont(), true);
+            t_Print(0, "Zeile " + std::to_string(n) + "\r");
+        }
+    });
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+    for (int i = 0; std::chrono::steady_clock::now() < end || i < 20; ++i)
+        ASSERT_TRUE(standin::onmain([i, frame = t_Image()]() mutable {
+            t_MenuEventHandler({true, "", "", "", 0, 111});
+            viewMouseDown(0, {1, 0, 10, 20}, false);
+            viewKeyDown(0, {89 + i % 3 + (i % 3 > 0), "7", t_ModControl | t_ModNumericPad});
+            t_WindowImage(0, frame);
+        }));
+    printing = false;
+    program.join();
+    // Each click was placed by one shape of the window, never by half of each.
+    for (const t_Event& c : t_MouseQueue)
+        EXPECT_TRUE(c.ClickX * 100 + c.ClickY == 1012 || c.ClickX * 100 + c.ClickY == 624)
+            << c.ClickX << "," << c.ClickY;
 }
 
 TEST(InputCoding, PasteEncodingAndCopyDecoding) {
