@@ -142,20 +142,15 @@ TEST_F(VideoMemory, ASecondCallerWaitsUntilTheMemoryIsReady) {
 
 constexpr uint8_t number = 5;
 
-class Frame : public windowtest::WindowTest {
-  protected:
-    void SetUp() override {
-        WindowTest::SetUp();
-        t_MemoryInitialized = true;
-    }
-    // A live, visible window whose block of random bytes ends at the very top of the memory, so that a read
-    // past the block would leave the memory too.
+struct Frame : windowtest::WindowTest {
+    // With the memory ready, a live, visible window whose block of random bytes ends at the very top of the
+    // memory, so that a read past the block would leave the memory too.
     static t_Window& makewindow(Int depth, Int width, Int height) {
         t_Window& w = t_WindowTable[number];
         w.BitDepth = depth, w.Width = width, w.Height = height;
         w.MemoryEnd = static_cast<Int>(t_VideoMemory.size()) - 1;
         w.MemoryStart = w.MemoryEnd - (width * height * depth + 7) / 8 + 1;
-        w.Initialized = w.Visible = true;
+        w.Initialized = w.Visible = t_MemoryInitialized = true;
         unsigned seed = static_cast<unsigned>(depth * width);
         for (Int i = w.MemoryStart; i <= w.MemoryEnd; ++i)
             t_VideoMemory[i] = static_cast<uint8_t>((seed = seed * 1103515245u + 12345u) >> 16);
@@ -283,20 +278,17 @@ using namespace std::chrono_literals;
 std::atomic<int64_t> fakeNow{500000};
 
 // The views' requests counted by window, all expected on the main thread.
-struct Requests {
-    std::atomic<int> marked[8] = {}, offMain{0};
-};
+std::atomic<int> marked[8], offMain;
 
-class Refresh : public windowtest::WindowTest {
-  protected:
+struct Refresh : windowtest::WindowTest {
     void SetUp() override {
         WindowTest::SetUp();
         recorder->view[4] = false; // window 4 has no view
         t_PlatformPort port = platformport();
-        port.ViewNeedsDisplay = [r = requests](uint8_t n) {
-            r->offMain += !ismainthread(), ++r->marked[n % 8];
-        };
+        port.ViewNeedsDisplay = [](uint8_t n) { offMain += !ismainthread(), ++marked[n % 8]; };
         setplatformport(port);
+        std::ranges::fill(marked, 0);
+        offMain = 0;
         t_MemoryInitialized = true;
         setrefreshclock([] { return fakeNow.load(); });
     }
@@ -307,14 +299,12 @@ class Refresh : public windowtest::WindowTest {
     }
     // A window as t_InitWindow leaves it, on the records that blankmemory reset.
     static t_Window& live(uint8_t n, bool autoUpdate) {
-        t_WindowTable[n].AutoUpdate = autoUpdate;
-        t_WindowTable[n].Initialized = true;
+        t_WindowTable[n].AutoUpdate = autoUpdate, t_WindowTable[n].Initialized = true;
         return t_WindowTable[n];
     }
     bool marks(uint8_t n, int count) {
-        return standin::waitfor([&] { return requests->marked[n] == count; });
+        return standin::waitfor([&] { return marked[n] == count; });
     }
-    std::shared_ptr<Requests> requests = std::make_shared<Requests>();
     std::thread process;
 };
 
@@ -330,7 +320,7 @@ TEST_F(Refresh, ThirtyTwoMillisecondsSkipThirtyThreeTake) {
     ASSERT_TRUE(marks(2, 1)); // UpdateStarted 0: the first sweep asks at once
     fakeNow = 500032;
     std::this_thread::sleep_for(30ms); // some sweeps at 1 ms each
-    EXPECT_EQ(requests->marked[2] * 10 + requests->marked[0] + requests->marked[1], 10);
+    EXPECT_EQ(marked[2] * 10 + marked[0] + marked[1], 10);
     t_WindowTable[0].VerticalBlank = true; // window 0's frame is done: asked on the next sweep
     ASSERT_TRUE(marks(0, 1));
     fakeNow = 500033;
@@ -340,7 +330,7 @@ TEST_F(Refresh, ThirtyTwoMillisecondsSkipThirtyThreeTake) {
     process.join();
     // A missing view is told at each turn, and nothing stamped.
     EXPECT_EQ(log.lines().at(1), "t_WindowAutoUpdateProcess: Window #4 view is nil, resource undefined.");
-    EXPECT_EQ(t_WindowTable[4].UpdateStarted.load() + requests->offMain, 0);
+    EXPECT_EQ(t_WindowTable[4].UpdateStarted.load() + offMain, 0);
 }
 
 } // namespace

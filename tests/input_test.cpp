@@ -39,18 +39,6 @@ struct InputTest : termtest::TerminalTest {
         const Int from = t_KeyWaitPolls.load();
         return standin::waitfor([&] { return t_KeyWaitPolls.load() >= from + more; });
     }
-    // A form whose keys are queued already; Return comes once the field has taken them all and waits.
-    static std::string formafterdrain(Int mode, Int maximum) {
-        const Int polls = t_KeyWaitPolls.load();
-        std::thread typist([polls] {
-            while (t_KeyEventPending.load() || t_KeyWaitPolls.load() <= polls)
-                std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            t_PostKeyString("\r");
-        });
-        const std::string result = t_InputForm(window, "", "", false, mode, maximum);
-        typist.join();
-        return result;
-    }
     // The line as it stands on the screen, without the blanks at its end.
     static std::string line(Int y) {
         std::istringstream rows(t_GetScreen(window, "\n"));
@@ -114,8 +102,7 @@ TEST_F(InputTest, YesNoQuestionByItsTable) {
     }
 }
 
-// Control with pad 7, 8 and 9 switches the output instead of typing; with Option it types. Keys for a window
-// never made are told and dropped.
+// Control with pad 7, 8 and 9 switches the output; with Option it types. Keys for no window are dropped.
 TEST_F(InputTest, ControlWithThePadSwitchesTheOutputAndOtherKeysAreQueued) {
     standin::LogCapture log;
     viewKeyDown(5, {0, "a", 0});
@@ -202,7 +189,14 @@ TEST_F(InputTest, PromptShowOnlyAndPasteboard) {
     // Paste: the first line only, through the key queue and its filters.
     recorder->pasteboard = "12a34\nzweite Zeile";
     t_PostKeyString("\x16");
-    EXPECT_EQ(formafterdrain(2, 25), "1234");
+    const Int polls = t_KeyWaitPolls.load();
+    std::thread typist([polls] { // Return once the field has taken the pasted keys and waits
+        while (t_KeyEventPending.load() || t_KeyWaitPolls.load() <= polls)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        t_PostKeyString("\r");
+    });
+    EXPECT_EQ(t_InputForm(window, "", "", false, 2, 25), "1234");
+    typist.join();
     // A scalar above 255 arrives as ESC and cancels; its digits and GS wait for the next reader.
     recorder->pasteboard = "a€b";
     t_PostKeyString("\x16");

@@ -1,6 +1,5 @@
 // The shell on the stand-in platform: the launch and its program thread, the beep from the bundle's AIFF
-// sound, menu choices by tag with the menu clean-up at start, and plain text for the clipboard. That a
-// choice ends a paused output is the line-input tests' part.
+// sound, menu choices by tag, the menu clean-up at start, and plain text for the clipboard.
 #include "window_recorder.h"
 
 #include "application/application.h"
@@ -24,8 +23,7 @@ TEST(SpineLaunch, LaunchLogsItsStepsMeasuresTheTitleBarAndStartsTheProgramOnAGig
         standin::install(screen);
         t_TitleBarHeight = 0;
         standin::LogCapture log;
-        std::promise<std::pair<size_t, bool>>
-            program; // its stack's size, and whether it runs on the main thread
+        std::promise<std::pair<size_t, bool>> program; // its stack's size, and whether on the main thread
         ASSERT_TRUE(standin::onmain([&] {
             applicationWillFinishLaunching();
             applicationDidFinishLaunching([&] {
@@ -55,7 +53,6 @@ TEST(SpineLaunch, LaunchLogsItsStepsMeasuresTheTitleBarAndStartsTheProgramOnAGig
 }
 
 using namespace std::chrono_literals;
-using testsupport::LogCapture;
 
 // A tone of the given length at 8000 frames a second.
 std::vector<int16_t> tone(std::chrono::milliseconds length) {
@@ -64,13 +61,12 @@ std::vector<int16_t> tone(std::chrono::milliseconds length) {
     return samples;
 }
 
-// A cut-off file, short of its chunks, its COMM or its sound data, is refused with one line and read no
-// further than it goes.
+// A file cut off anywhere is refused with one line and read no further than it goes.
 TEST(Aiff, CutOffFilesAreRefusedWithOneLine) {
     const std::vector<uint8_t> good = aiffencode(1, 44100, tone(1ms));
     AiffSound sound;
     for (size_t n = 0; n < good.size(); ++n) {
-        LogCapture log;
+        standin::LogCapture log;
         EXPECT_FALSE(aiffdecode({good.begin(), good.begin() + static_cast<long>(n)}, sound)) << n;
         EXPECT_EQ(log.lines().size(), 1u) << n;
     }
@@ -171,16 +167,6 @@ void installmenus(std::map<std::string, std::vector<std::string>> items) {
     t_MenuActions.clear();
 }
 
-void choose(Int tag, bool inMenu = true) {
-    t_MenuItem item;
-    item.InMenu = inMenu;
-    item.MenuTitle = "Fenster";
-    item.Title = "Eintrag";
-    item.KeyChar = "w";
-    item.Tag = tag;
-    ASSERT_TRUE(standin::onmain([&] { t_MenuEventHandler(item); }));
-}
-
 TEST(Menus, CleanUpAtStartAndItemRoutines) {
     installmenus({{"Bearbeiten", {"Text kopieren", "Emoji & Symbole", "Diktat starten …", ""}},
                   {"Fenster", {"Vollbildmodus", "Bildschirm 0 zeigen"}}});
@@ -188,10 +174,9 @@ TEST(Menus, CleanUpAtStartAndItemRoutines) {
     t_InitMemoryMenus();
     EXPECT_EQ(menus["Bearbeiten"], std::vector<std::string>{"Text kopieren"});
     EXPECT_EQ(menus["Fenster"], std::vector<std::string>{"Bildschirm 0 zeigen"});
-    const auto lines = log.lines();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "*** Found Fenster Menu Item Vollbildmodus"), 1);
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "t_MenuItemIndex: Menu not found."), 5 + 3);
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "t_MenuItemDelete: Item position out of range"), 3);
+    EXPECT_EQ(std::ranges::count(log.lines(), "*** Found Fenster Menu Item Vollbildmodus"), 1);
+    EXPECT_EQ(std::ranges::count(log.lines(), "t_MenuItemIndex: Menu not found."), 5 + 3);
+    EXPECT_EQ(std::ranges::count(log.lines(), "t_MenuItemDelete: Item position out of range"), 3);
     EXPECT_EQ(t_MenuActions.size(), 37u);
     EXPECT_EQ(t_MenuItemTitle("Bearbeiten", 65535), "Text kopieren");
 }
@@ -229,7 +214,8 @@ TEST(Menus, ChoicesByTag) {
         const size_t queued = t_MenuQueue.size();
         const Int size = t_MenuQueueSize.load();
         t_BeepForget();
-        choose(row.tag, row.inMenu);
+        const t_MenuItem item{row.inMenu, "Fenster", "Eintrag", "w", 0, row.tag};
+        ASSERT_TRUE(standin::onmain([&] { t_MenuEventHandler(item); }));
         EXPECT_TRUE(standin::waitfor(
             [&] { return programHandler >= row.handler && log.lines().size() >= row.done.size(); }));
         EXPECT_EQ(programHandler.load(), row.handler);

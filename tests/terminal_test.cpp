@@ -69,9 +69,8 @@ TEST_F(Terminal, RefusalsAreLoggedAndChangeNoPixel) {
                      "t_Print: Text is not well-formed UTF-8; its bad bytes were printed as \"?\"."}));
 }
 
-// Printed text by its table: the lines the window then holds (symbols as bytes, without trailing blanks),
-// the cursor, the colours of the first cells and the text colour. Codes in octal; input is UTF-8, so that
-// "È" is symbol 200 (octal 310).
+// Printed text by its table: the lines held (symbols as bytes), the cursor, the colours of the first cells
+// and the text colour. Codes in octal; input is UTF-8, so that "È" is symbol 200 (octal 310).
 TEST_F(Terminal, PrintedTextByItsTable) {
     const struct {
         std::vector<std::string> prints;
@@ -152,9 +151,8 @@ TEST_F(Terminal, NarrowAreasScrollLikeTheFullWidthBlockMoveAndClearingKeepsToThe
         }
 }
 
-// Text is plotted in runs of cached glyphs; it must draw what cell-by-cell printing draws, with every
-// symbol in several colours, inverse, a mode, a narrow area, wraps, scrolls, symbols beyond the font,
-// and cells of many sizes in which two glyphs sooner or later meet in one place of the cache.
+// Text is plotted in runs of cached glyphs: it must draw what cell-by-cell printing draws, for every symbol
+// and code path, and for cells of many sizes in which two glyphs sooner or later meet in one cache place.
 TEST_F(Terminal, TextDrawsWhatCellByCellPrintingDraws) {
     std::string busy = "\x1bO\x1bP", symbols;
     for (int s = 32; s < 256; ++s) symbols += static_cast<char>(s);

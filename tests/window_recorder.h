@@ -1,6 +1,5 @@
-// The stand-in platform of the core tests: one thread of the test plays the main thread and serves the blocks
-// handed to it in order; windows are tokens that remember what was done to them. A fixture gives every test
-// a blank video memory and leaves one behind, so that the order of tests does not matter.
+// The stand-in platform of the core tests: a thread plays the main thread; windows are tokens that remember
+// what was done to them. The fixture leaves every test a blank video memory, so test order does not matter.
 #pragma once
 
 #include "cellfont.h"
@@ -50,8 +49,7 @@ inline MainThread& mainthread() {
     return *main;
 }
 
-// Runs the block on the stand-in main thread; false when it has not finished within the time given
-// (a deadlock, say, or no time at all), in which case the block is left running.
+// Runs the block on the stand-in main thread; false when it has not finished in time (it then runs on).
 inline bool onmain(std::function<void()> block, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
     auto task = std::make_shared<std::packaged_task<void()>>(std::move(block));
     std::future<void> finished = task->get_future();
@@ -123,8 +121,7 @@ constexpr uint8_t palette[16][3] = {
     {0x00, 0xFF, 0x00}, {0xFF, 0xFF, 0x00}, {0x00, 0xFF, 0xFF}, {0xFF, 0xFF, 0xFF},
 };
 
-// What the platform was asked to do, on top of what the stand-in's windows look like. Written on the main
-// thread only, and read after drainmain().
+// What the platform was asked to do, written on the main thread only and read after drainmain().
 struct Recorder : standin::Screen {
     // One entry per window call, in order, e.g. "frame 0 10,20 1312x864" or "title 1 Seelenorakel".
     std::vector<std::string> calls;
@@ -176,8 +173,7 @@ inline std::shared_ptr<Recorder> installrecorder() {
     return r;
 }
 
-// The log of all threads while the object lives, less the refresh process's lines: a process that another
-// test started may still be ending while this one runs.
+// The log of all threads, less the refresh process's lines: another test's process may still be ending.
 struct Log : standin::LogCapture {
     Log() : LogCapture("t_WindowAutoUpdateProcess:") {}
 };
