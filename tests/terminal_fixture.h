@@ -18,10 +18,7 @@ class TerminalTest : public windowtest::WindowTest {
     // A live window of columns by rows cells of the test font (or the one given), no border.
     static void makewindow(uint8_t window, Int depth, Int columns, Int rows,
                            const t_Font& font = cellfont()) {
-        quietly([&] {
-            t_InitWindow(window, depth, false, columns * font.Width, rows * font.Height, 0, 0, font, true);
-        });
-        ASSERT_TRUE(record(window).Initialized.load());
+        quietwindow(window, depth, columns * font.Width, rows * font.Height, 0, 0, font, false);
         record(window).TextInverse = false; // a new window keeps this from the last
         ASSERT_EQ(record(window).TextWidth * 100 + record(window).TextHeight, columns * 100 + rows);
     }
@@ -37,6 +34,11 @@ class TerminalTest : public windowtest::WindowTest {
         std::string out;
         for (Int x = from; x <= (to ? to : record(window).TextWidth); ++x)
             out += static_cast<char>(symbolat(window, x, y));
+        return out;
+    }
+    static std::vector<std::string> lines(uint8_t window) {
+        std::vector<std::string> out;
+        for (Int y = 1; y <= record(window).TextHeight; ++y) out.push_back(line(window, y));
         return out;
     }
     static std::string cursor(uint8_t w) {

@@ -222,10 +222,10 @@ class WindowTest : public ::testing::Test {
         setbundlepath("");
     }
     // A live window without the log of its making.
-    static void quietwindow(uint8_t window, Int depth, Int width, Int height, Int borderWidth,
-                            Int borderHeight, const t_Font& font = t_Font{}) {
+    static void quietwindow(uint8_t window, Int depth, Int width, Int height, Int borderX, Int borderY,
+                            const t_Font& font = t_Font{}, bool autoUpdate = true) {
         quietly(
-            [&] { t_InitWindow(window, depth, true, width, height, borderWidth, borderHeight, font, true); });
+            [&] { t_InitWindow(window, depth, autoUpdate, width, height, borderX, borderY, font, true); });
         ASSERT_TRUE(t_WindowTable[window].Initialized.load());
     }
     std::shared_ptr<Recorder> recorder;
