@@ -219,10 +219,8 @@ TEST_F(Geometry, ColoursMeasuresAndThePlatformCalls) {
     const Int side[21] = {
         0,    0,    659, 521, 660, 522, 660, 522, 660, 500, 660, 500, 522, 10, 1080 - 20 - 522,
         1920, 1080, 22,  0,   0,   20};
-    for (Int s = 0; s <= 20; ++s) {
-        EXPECT_EQ(t_WindowPos(3, s), graphic[s]) << "selector " << s;
-        EXPECT_EQ(t_WindowPos(9, s), side[s]) << "selector " << s;
-    }
+    for (Int s = 0; s <= 20; ++s) EXPECT_EQ(t_WindowPos(3, s), graphic[s]) << "selector " << s;
+    for (Int s = 0; s <= 20; ++s) EXPECT_EQ(t_WindowPos(9, s), side[s]) << "selector " << s;
     // A live window measures its record, whatever the user did to the frame.
     quietwindow(2, 24, 640, 400, 16, 12, cellfont(16, 32));
     t_Window& w = t_WindowTable[2];

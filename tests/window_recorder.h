@@ -211,14 +211,14 @@ class WindowTest : public ::testing::Test {
         standin::waitfor([] { return !t_AutoUpdateRunning.load(); }, std::chrono::milliseconds(200));
         // Keeps the refresh process out of these tests; t_InitWindow starts it only when this is false.
         t_AutoUpdateRunning = true;
-        savedTitleBar = t_TitleBarHeight.exchange(22);
+        t_TitleBarHeight = 22;
         setbundlepath("/Programme/Seelenorakel.app");
     }
     void TearDown() override {
         drainmain();
         blankmemory();
         t_AutoUpdateRunning = false;
-        t_TitleBarHeight = savedTitleBar;
+        t_TitleBarHeight = 0; // as before the launch measures it
         setbundlepath("");
     }
     // A live window without the log of its making.
@@ -229,7 +229,6 @@ class WindowTest : public ::testing::Test {
         ASSERT_TRUE(t_WindowTable[window].Initialized.load());
     }
     std::shared_ptr<Recorder> recorder;
-    int64_t savedTitleBar = 0;
 };
 
 } // namespace windowtest
