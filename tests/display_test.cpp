@@ -25,8 +25,7 @@ bool patterned(const t_Window& w, int seed, Int delta = -1) {
 Lines said(const windowtest::Log& log, std::initializer_list<const char*> words) {
     Lines out = log.lines();
     std::erase_if(out, [&](const std::string& line) {
-        return std::none_of(words.begin(), words.end(),
-                            [&](const char* w) { return line.find(w) != line.npos; });
+        return std::ranges::none_of(words, [&](const char* w) { return line.find(w) != line.npos; });
     });
     return out;
 }
