@@ -1,6 +1,5 @@
 // The made-up font of tests, fuzz targets and benches: glyphs with a blank top row, a full second row and
-// grey ramps below that differ by symbol, so every row kind of the plotter is met and symbols plot unlike
-// bytes.
+// grey ramps that differ by symbol, so every row kind of the plotter is met and symbols plot unlike bytes.
 #pragma once
 
 #include "display/display.h"
