@@ -1,6 +1,5 @@
-// The one made-up font of the tests, the fuzz targets and the benches: cells of any size whose glyphs have
-// a blank top row, a full second row and grey ramps below that differ from symbol to symbol, so that every
-// row kind of the plotter is met and different symbols plot different bytes.
+// The made-up font of tests, fuzz targets and benches: glyphs with a blank top row, a full second row and
+// grey ramps that differ by symbol, so every row kind of the plotter is met and symbols plot unlike bytes.
 #pragma once
 
 #include "display/display.h"

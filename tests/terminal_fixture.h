@@ -7,21 +7,15 @@
 
 namespace termtest {
 
-inline t_Window& record(uint8_t window) {
-    return t_WindowTable[window];
-}
-
 using windowtest::quietly;
 
 class TerminalTest : public windowtest::WindowTest {
   protected:
+    static t_Window& record(uint8_t window) { return t_WindowTable[window]; }
     // A live window of columns by rows cells of the test font (or the one given), no border.
     static void makewindow(uint8_t window, Int depth, Int columns, Int rows,
                            const t_Font& font = cellfont()) {
-        quietly([&] {
-            t_InitWindow(window, depth, false, columns * font.Width, rows * font.Height, 0, 0, font, true);
-        });
-        ASSERT_TRUE(record(window).Initialized.load());
+        quietwindow(window, depth, columns * font.Width, rows * font.Height, 0, 0, font, false);
         record(window).TextInverse = false; // a new window keeps this from the last
         ASSERT_EQ(record(window).TextWidth * 100 + record(window).TextHeight, columns * 100 + rows);
     }
@@ -32,11 +26,15 @@ class TerminalTest : public windowtest::WindowTest {
         return t_VideoMemory[w.TextMemoryStart + half + (x - 1) + w.TextWidth * (y - 1)];
     }
     static uint8_t attributeat(uint8_t window, Int x, Int y) { return symbolat(window, x, y, true); }
-    // The symbols of a line from column from to column to (0: the last).
-    static std::string line(uint8_t window, Int y, Int from = 1, Int to = 0) {
+    // The symbols of a line.
+    static std::string line(uint8_t window, Int y) {
         std::string out;
-        for (Int x = from; x <= (to ? to : record(window).TextWidth); ++x)
-            out += static_cast<char>(symbolat(window, x, y));
+        for (Int x = 1; x <= record(window).TextWidth; ++x) out += static_cast<char>(symbolat(window, x, y));
+        return out;
+    }
+    static std::vector<std::string> lines(uint8_t window) {
+        std::vector<std::string> out;
+        for (Int y = 1; y <= record(window).TextHeight; ++y) out.push_back(line(window, y));
         return out;
     }
     static std::string cursor(uint8_t w) {

@@ -15,8 +15,7 @@
 
 namespace testsupport {
 
-// Collects the log lines of all threads instead of printing them, less those that start with skip; the lines
-// outlive the capture for late loggers.
+// Collects the log lines of all threads, less those that start with skip; they outlive it for late loggers.
 struct LogCapture {
     struct Shared {
         std::mutex mutex;

@@ -1,14 +1,115 @@
-// The stand-in platform with windows that remember what was done to them, and a fixture that gives every
-// test a blank video memory and leaves one behind, so that the order of tests does not matter.
+// The stand-in platform of the core tests: a thread plays the main thread; windows are tokens that remember
+// what was done to them. The fixture leaves every test a blank video memory, so test order does not matter.
 #pragma once
 
 #include "cellfont.h"
-#include "spine_standin.h"
+#include "tests/testsupport.h"
 
 #include "display/display.h"
 #include "library/library.h"
+#include "shell/platform.h"
+#include "shell/shell.h"
 
 #include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <future>
+#include <thread>
+
+namespace standin {
+
+struct MainThread {
+    std::mutex mutex;
+    std::condition_variable wake;
+    std::deque<std::function<void()>> blocks;
+    std::thread::id id;
+};
+
+// Started once and never stopped: detached threads of a test may still call into it at process end.
+inline MainThread& mainthread() {
+    static MainThread* main = [] {
+        auto* m = new MainThread;
+        std::thread thread([m] {
+            threadregistermain();
+            for (;;) {
+                std::unique_lock<std::mutex> lock(m->mutex);
+                m->wake.wait(lock, [m] { return !m->blocks.empty(); });
+                std::function<void()> block = std::move(m->blocks.front());
+                m->blocks.pop_front();
+                lock.unlock();
+                block();
+            }
+        });
+        m->id = thread.get_id();
+        thread.detach();
+        return m;
+    }();
+    return *main;
+}
+
+// Runs the block on the stand-in main thread; false when it has not finished in time (it then runs on).
+inline bool onmain(std::function<void()> block, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    auto task = std::make_shared<std::packaged_task<void()>>(std::move(block));
+    std::future<void> finished = task->get_future();
+    MainThread& m = mainthread();
+    std::unique_lock<std::mutex> lock(m.mutex);
+    m.blocks.push_back([task] { (*task)(); });
+    lock.unlock();
+    m.wake.notify_one();
+    return finished.wait_for(limit) == std::future_status::ready;
+}
+
+// What the stand-in's windows look like; tests change it before installing the port.
+struct Screen {
+    bool window[13] = {true, true, true, true, true, true, true, true, true, true, true, true, true};
+    bool view[8] = {true, true, true, true, true, true, true, true};
+    t_PlatformRect frame[13], scrollFrame[13];
+    std::mutex mutex;
+    std::string pasteboard;
+    char tokens[13][3] = {};
+};
+
+inline std::shared_ptr<Screen> install(std::shared_ptr<Screen> screen = std::make_shared<Screen>()) {
+    mainthread();
+    t_PlatformPort port;
+    port.IsMainThread = [] { return std::this_thread::get_id() == mainthread().id; };
+    port.RunOnMainSync = [](const std::function<void()>& block) { onmain(block, std::chrono::hours(24)); };
+    port.RunOnMainAsync = [](std::function<void()> block) { onmain(std::move(block), {}); };
+    auto handle = [screen](bool exists, uint8_t n, int part) -> t_Handle {
+        return exists ? &screen->tokens[n][part] : nullptr;
+    };
+    port.Window = [=](uint8_t n) { return handle(n <= 12 && screen->window[n], n, 0); };
+    port.View = [=](uint8_t n) { return handle(n <= 7 && screen->view[n], n, 1); };
+    port.TextView = [=](uint8_t n) { return handle(n >= 8 && n <= 10 && screen->window[n], n, 2); };
+    port.ScrollView = port.TextView;
+    port.WindowFrame = [=](uint8_t n) { return n <= 12 ? screen->frame[n] : t_PlatformRect{}; };
+    port.ScrollViewFrame = [=](uint8_t n) { return n <= 12 ? screen->scrollFrame[n] : t_PlatformRect{}; };
+    auto paste = [screen](auto change) {
+        std::lock_guard<std::mutex> lock(screen->mutex);
+        return change(screen->pasteboard);
+    };
+    port.PasteboardClear = [paste] { paste([](std::string& p) { p.clear(); }); };
+    // Appends, so that a set without the clear before it shows as a doubled text.
+    port.PasteboardSetText = [paste](const std::string& text) { paste([&](std::string& p) { p += text; }); };
+    port.PasteboardText = [paste] { return paste([](std::string& p) { return p; }); };
+    setplatformport(port);
+    return screen;
+}
+
+using LogCapture = testsupport::LogCapture;
+
+// Polls until the condition holds or the limit passes.
+template <typename Condition>
+bool waitfor(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    for (auto end = std::chrono::steady_clock::now() + limit; !condition();
+         std::this_thread::sleep_for(std::chrono::milliseconds(1)))
+        if (std::chrono::steady_clock::now() > end) return false;
+    return true;
+}
+
+} // namespace standin
 
 namespace windowtest {
 
@@ -20,8 +121,7 @@ constexpr uint8_t palette[16][3] = {
     {0x00, 0xFF, 0x00}, {0xFF, 0xFF, 0x00}, {0x00, 0xFF, 0xFF}, {0xFF, 0xFF, 0xFF},
 };
 
-// What the platform was asked to do, on top of what the stand-in's windows look like. Written on the main
-// thread only, and read after drainmain().
+// What the platform was asked to do, written on the main thread only and read after drainmain().
 struct Recorder : standin::Screen {
     // One entry per window call, in order, e.g. "frame 0 10,20 1312x864" or "title 1 Seelenorakel".
     std::vector<std::string> calls;
@@ -73,8 +173,7 @@ inline std::shared_ptr<Recorder> installrecorder() {
     return r;
 }
 
-// The log of all threads while the object lives, less the refresh process's lines: a process that another
-// test started may still be ending while this one runs.
+// The log of all threads, less the refresh process's lines: another test's process may still be ending.
 struct Log : standin::LogCapture {
     Log() : LogCapture("t_WindowAutoUpdateProcess:") {}
 };
@@ -112,25 +211,24 @@ class WindowTest : public ::testing::Test {
         standin::waitfor([] { return !t_AutoUpdateRunning.load(); }, std::chrono::milliseconds(200));
         // Keeps the refresh process out of these tests; t_InitWindow starts it only when this is false.
         t_AutoUpdateRunning = true;
-        savedTitleBar = t_TitleBarHeight.exchange(22);
+        t_TitleBarHeight = 22;
         setbundlepath("/Programme/Seelenorakel.app");
     }
     void TearDown() override {
         drainmain();
         blankmemory();
         t_AutoUpdateRunning = false;
-        t_TitleBarHeight = savedTitleBar;
+        t_TitleBarHeight = 0; // as before the launch measures it
         setbundlepath("");
     }
     // A live window without the log of its making.
-    static void quietwindow(uint8_t window, Int depth, Int width, Int height, Int borderWidth,
-                            Int borderHeight, const t_Font& font = t_Font{}) {
+    static void quietwindow(uint8_t window, Int depth, Int width, Int height, Int borderX, Int borderY,
+                            const t_Font& font = t_Font{}, bool autoUpdate = true) {
         quietly(
-            [&] { t_InitWindow(window, depth, true, width, height, borderWidth, borderHeight, font, true); });
+            [&] { t_InitWindow(window, depth, autoUpdate, width, height, borderX, borderY, font, true); });
         ASSERT_TRUE(t_WindowTable[window].Initialized.load());
     }
     std::shared_ptr<Recorder> recorder;
-    int64_t savedTitleBar = 0;
 };
 
 } // namespace windowtest
