@@ -1,15 +1,30 @@
-// The shell on the stand-in platform: the launch and its program thread, the beep from the bundle's AIFF
-// sound, menu choices by tag, the menu clean-up at start, and plain text for the clipboard.
+// The shell without Qt: the launch and its program thread, the beep from the bundle's AIFF sound, menu
+// choices and clean-up, plain text for the clipboard, whole files written safely, the view's scaling, and
+// the German keyboard's keys down to the Values a program reads.
 #include "window_recorder.h"
-
 #include "application/application.h"
 #include "shell/events.h"
 #include "shell/menus.h"
 #include "tools/aiffwrite.h"
+#include "shell/scaling.h"
+#include "shell/keymap.h"
 
+#include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
 #include <map>
 #include <pthread.h>
+#include <set>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <tuple>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -238,6 +253,221 @@ TEST(Menus, PlainTextForTheClipboard) {
         {"\u0088\u0089\u008E\u0099\u009E\u009A\u009B\u009C\u009D", "+++++--||"},
     };
     for (const auto& row : rows) EXPECT_EQ(t_PasteboardText(row.in), row.out) << row.in;
+}
+
+using testsupport::LogCapture;
+
+std::string readback(const std::string& path) {
+    const std::vector<uint8_t> bytes = getbinaryfromfile(path);
+    return {bytes.begin(), bytes.end()};
+}
+
+// A disk that fills up in the middle of the write: the file size limit stands in for it.
+int64_t filledup(const std::function<int64_t()>& write) {
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const rlimit small{4096, old.rlim_max};
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const int64_t code = write();
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, previous);
+    return code;
+}
+
+class Files : public ::testing::Test {
+  protected:
+    void TearDown() override { std::filesystem::remove_all(folder); }
+    std::string folder = [] {
+        std::string pattern = (std::filesystem::temp_directory_path() / "filestest.XXXXXX").string();
+        return std::string(mkdtemp(pattern.data())) + "/";
+    }();
+};
+
+TEST_F(Files, LinksStayLinksAndNewFilesArePrivate) {
+    // A new file is its owner's alone, whatever the umask allows. Through a link, even one that leads
+    // nowhere yet, the target is written; the link stays, and a target keeps its mode.
+    const std::string path = folder + "Seelenorakel-Daten.txt", link = folder + "verweis";
+    ASSERT_EQ(symlink(path.c_str(), link.c_str()), 0);
+    const mode_t mask = umask(0);
+    ASSERT_EQ(setstringtofile(link, "alt\r"), 0);
+    umask(mask);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+    ASSERT_EQ(setstringtofile(link, "über den Verweis"), 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(readback(path), "über den Verweis");
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0640));
+}
+
+// Only regular files up to 256 MiB are read: a named pipe doesn't hold the reader, /dev/zero doesn't fill
+// the memory.
+TEST_F(Files, OnlyRegularFilesAreRead) {
+    const std::string fifo = folder + "fifo", zero = folder + "zero", big = folder + "big";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", zero);
+    std::ofstream(big).close();
+    std::filesystem::resize_file(big, (uint64_t{256} << 20) + 1);
+    for (const auto& [path, line] : {std::pair{fifo, "Not a regular file"},
+                                     {zero, "Not a regular file"},
+                                     {big, "Larger than 256 MiB"}}) {
+        LogCapture log;
+        EXPECT_NE(readfile(path).Error, 0) << path;
+        EXPECT_EQ(log.lines(), std::vector<std::string>{"getbinaryfromfile: " + std::string(line) +
+                                                        ", so not read: " + path});
+    }
+}
+
+TEST_F(Files, FailedWritesLeaveTheOldFileWhole) {
+    const std::string path = folder + "daten.txt";
+    ASSERT_EQ(setstringtofile(path, "die alten Daten\r"), 0);
+    LogCapture log;
+    EXPECT_EQ(setstringtofile(folder + "fehlt/daten.txt", "x"), ENOENT);
+    EXPECT_EQ(filledup([&] { return setstringtofile(path, std::string(100000, 'n')); }), EFBIG);
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"setstringtofile: Error #No such file or directory: " +
+                                                         folder + "fehlt/daten.txt",
+                                                     "setstringtofile: Error #File too large: " + path}));
+    EXPECT_EQ(readback(path), "die alten Daten\r");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1); // no copy left behind
+}
+
+// A file made read-only stays as it is; a folder where nothing can be made gets its file written in place.
+// As root, whom no permission stops, a thread with another user's file rights stands in for that user.
+TEST_F(Files, ReadOnlyFilesStayAndUnwritableFoldersGetTheFileWrittenInPlace) {
+    const std::string path = folder + "Seelenorakel-Daten.txt";
+    ASSERT_EQ(setstringtofile(path, "alt\r"), 0);
+    LogCapture log;
+    ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+    EXPECT_EQ(setstringtofile(path, "neu\r"), EACCES);
+    EXPECT_EQ(readback(path), "alt\r");
+    ASSERT_EQ(chmod(path.c_str(), 0666), 0);
+    ASSERT_EQ(chmod(folder.c_str(), 0555), 0);
+    int64_t code = -1, full = -1;
+    std::thread user([&] {
+        // File rights are per thread at this level (setuid would change the whole process).
+        if (geteuid() == 0) syscall(SYS_setfsgid, 65534), syscall(SYS_setfsuid, 65534);
+        code = setstringtofile(path, "neu\r");
+        full = filledup([&] { return setstringtofile(path, std::string(100000, 'n')); });
+    });
+    user.join();
+    chmod(folder.c_str(), 0700);
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(full, EFBIG);
+    EXPECT_EQ(readback(path), "neu\r");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{"setstringtofile: The file is read-only and was not saved: " + path,
+                                        "setstringtofile: No file can be made beside " + path +
+                                            ", so it was written in place.",
+                                        "setstringtofile: Error #File too large: " + path}));
+}
+
+TEST(Scaling, FitStepsAndClicks) {
+    // Window 0's picture, 1312 by 832, in rooms of several sizes and device pixel ratios.
+    // clang-format off
+    const struct { const char* name; double roomW, roomH, dpr; t_Placement expected; } rows[] = {
+        {"twice, letterboxed across", 2800, 1664, 1, {2, 88, 0, 2624, 1664, true}},
+        {"scaled down to a laptop", 1366, 717, 1, {717.0 / 832, 117, 0, 1312 * 717.0 / 832, 717, false}},
+        {"dense screen at a half", 656, 416, 2, {0.5, 0, 0, 656, 416, true}},
+        {"no room", 0, 0, 1, {1, 0, 0, 0, 0, true}}};
+    // clang-format on
+    for (const auto& row : rows) {
+        const t_Placement p = placecontent(1312, 832, row.roomW, row.roomH, row.dpr), &e = row.expected;
+        EXPECT_THAT((std::vector{p.Scale, p.X, p.Y, p.Width, p.Height}),
+                    testing::Pointwise(testing::DoubleEq(), {e.Scale, e.X, e.Y, e.Width, e.Height}))
+            << row.name;
+        EXPECT_EQ(p.Sharp, e.Sharp) << row.name;
+    }
+    // Window 0 (1312 by 800 plus a bar of 27) on a 1366 by 768 laptop, and on a screen where it fits.
+    EXPECT_DOUBLE_EQ(startscale(1312, 859, 27, 1366, 768), (768.0 - 27) / 832);
+    EXPECT_DOUBLE_EQ(startscale(1312, 859, 27, 1920, 1050), 1);
+    const double steps[][3] = {{1, 1, 1.5}, {0.89, 1, 1}, {0.89, -1, 0.75}, {4, 1, 4}, {0.25, -1, 0.25}};
+    for (const auto& [scale, direction, next] : steps)
+        EXPECT_DOUBLE_EQ(zoomstep(scale, static_cast<int>(direction)), next) << scale << " " << direction;
+    // A click at the room's x 88 + 2 * 10 lies on the picture's pixel 10.
+    EXPECT_DOUBLE_EQ(topicture(108, 88, 2), 10);
+}
+
+using namespace qtkey;
+
+constexpr uint32_t S = ShiftModifier, C = ControlModifier, A = AltModifier, K = KeypadModifier,
+                   G = GroupSwitchModifier;
+
+// What a press comes to; a Value of -1 is no event at all.
+struct Typed {
+    Int value = -1, code = -1;
+    bool cursor = false, function = false;
+};
+
+Typed press(uint32_t scan, int key, const std::string& text, uint32_t mods = 0,
+            t_KeyComposition* composition = nullptr, bool repeat = false) {
+    t_KeyComposition fresh;
+    const t_LinuxKey k{scan, key, text, mods, (mods & G) ? NativeMod5 : 0u, repeat, false};
+    const t_TranslatedKey t = translatekey(k, composition ? *composition : fresh);
+    t_KeyValue v;
+    if (t.Kind != t_KeyKind::Key || !t_KeyEventValue(t.Event, v)) return {};
+    return {v.Value, t.Event.KeyCode, v.CursorKey, v.FunctionKey};
+}
+
+// Scan code 0 is a synthetic event (QTest, the offscreen platform): the Qt key finds the key.
+TEST(Keymap, EveryKeyOfTheGermanBoardGivesItsValue) {
+    // clang-format off
+    const struct { uint32_t scan; int key; std::string text; uint32_t mods; Int value, code; char kind; } rows[] = {
+        {38, 'A', "a", 0, 97, 0, ' '}, {48, 0xC4, "Ä", S, 196, 39, ' '}, {20, 0xDF, "ß", 0, 223, 27, ' '},
+        {36, Return, "\r", 0, 13, 36, ' '}, {22, Backspace, "\b", 0, 127, 51, ' '},
+        {118, Insert, "", 0, 195, 114, 'f'}, {110, Home, "", 0, 2, 115, 'c'}, {115, End, "", 0, 5, 119, 'c'},
+        {112, PageUp, "", 0, 18, 116, 'c'}, {117, PageDown, "", 0, 3, 121, 'c'},
+        {113, Left, "", 0, 8, 123, 'c'}, {114, Right, "", 0, 21, 124, 'c'}, {116, Down, "", 0, 10, 125, 'c'},
+        {111, Up, "", 0, 11, 126, 'c'}, {23, Backtab, "", S, 20, 48, ' '}, {67, F1, "", 0, 129, 122, 'f'},
+        {77, NumLock, "", 0, 27, 71, ' '}, {38, 'A', "\x01", C, 1, 0, ' '}, {15, '6', "\x1e", C, 54, 22, ' '},
+        {17, '8', "\x7f", C, 56, 28, ' '}, {48, 0xC4, "ä", C, 228, 39, ' '},
+        {49, DeadCircumflex, "", C, 30, 10, ' '}, {17, '[', "\x1b", C | G, 27, 28, ' '},
+        {61, '_', "\x1f", C | S, 31, 44, ' '}, {46, 'L', "\x0c", C | A, 0, 37, ' '},
+        {24, '@', "@", G, 64, 12, ' '}, {26, 0x20AC, "€", G, 164, 14, ' '}, {38, 'A', "a", A, 176, 0, ' '},
+        {33, 'P', "P", A | S, 208, 35, ' '}, {65, ' ', " ", A, 160, 49, ' '}, {24, 'Q', "q", A, 113, 12, ' '},
+        {90, '0', "0", K | A, 216, 82, ' '}, {81, '9', "9", K | A, 188, 92, ' '},
+        {86, '+', "+", K, 43, 69, ' '}, {0, F1 + 23, "", 0, 152, 255, 'f'},
+        {0, DeadCircumflex, "", 0, 94, 10, ' '}, {0, 0x20AC, "€", G, 164, 14, ' '},
+        {0, Home, "", K, 55, 89, ' '}, {0, '8', "8", K | A, 230, 91, ' '}, {0, 0xE7, "ç", 0, 231, 255, ' '},
+        {0, Enter, "\r", K, 13, 76, ' '}, {0, Delete, "\x7f", 0, 7, 117, ' '}, {91, ',', ",", K, 44, 65, ' '},
+        // No key: characters beyond Latin-1 the tables don't know, € elsewhere, Control with pad 7, 8 or 9 (the
+        // handler switches the output instead).
+        {28, 0x167, "ŧ", G, -1, -1, ' '}, {13, 0x20AC, "€", G, -1, -1, ' '}, {0, 0x142, "ł", G, -1, -1, ' '},
+        {79, '7', "\x1f", K | C, -1, -1, ' '}, {80, '8', "", K | C, -1, -1, ' '}, {81, '9', "", K | C, -1, -1, ' '}};
+    // clang-format on
+    for (const auto& r : rows) {
+        const Typed t = press(r.scan, r.key, r.text, r.mods); // kind: ' ' plain, 'c' cursor, 'f' function key
+        EXPECT_EQ(std::tuple(t.value, t.code, t.cursor, t.function),
+                  std::tuple(r.value, r.code, r.kind == 'c', r.kind == 'f'))
+            << r.scan << " " << r.key << " " << r.text;
+    }
+}
+
+// A dead key is an event of its own with its accent's value and composes the next letter.
+TEST(Keymap, DeadKeysComposeTheNextLetter) {
+    // clang-format off
+    const struct { uint32_t scan; int key; std::string text; uint32_t mods; bool repeat; Int value; } steps[] = {
+        {49, DeadCircumflex, "", 0, false, 94}, {26, 'E', "e", 0, false, 0xEA}, {26, 'E', "e", 0, false, 'e'},
+        // A modifier alone between them changes nothing.
+        {21, DeadAcute, "", 0, false, 180}, {50, Shift, "", S, false, -1}, {26, 'E', "E", S, false, 0xC9},
+        // Space gives the accent alone, and so does a letter without an accented form, before the letter.
+        {21, DeadGrave, "", S, false, 96}, {65, ' ', " ", 0, false, '`'},
+        {49, DeadCircumflex, "", 0, false, 94}, {53, 'X', "x", 0, false, '^'}, {53, 'X', "x", 0, false, 'x'},
+        // The same dead key twice types the accent once; Return stays Return and drops the accent.
+        {49, DeadCircumflex, "", 0, false, 94}, {49, DeadCircumflex, "", 0, false, '^'},
+        {21, DeadAcute, "", 0, false, 180}, {36, Return, "\r", 0, false, 13}, {26, 'E', "e", 0, false, 'e'},
+        // Option-U is the dead diaeresis; a dead key outside the table is Value 0 and composes nothing.
+        {30, 'U', "u", A, false, 175}, {32, 'O', "o", 0, false, 0xF6},
+        {20, 0x01001256, "", G, false, 0}, {26, 'E', "e", 0, false, 'e'},
+        // A held dead key repeats nothing; Option between it and the letter leaves the accent waiting.
+        {49, DeadCircumflex, "", 0, false, 94}, {49, DeadCircumflex, "", 0, true, -1},
+        {64, Alt, "", A, false, -1}, {31, 'I', "i", 0, false, 0xEE}};
+    // clang-format on
+    t_KeyComposition state;
+    for (size_t i = 0; i < std::size(steps); ++i) {
+        const auto& s = steps[i];
+        EXPECT_EQ(press(s.scan, s.key, s.text, s.mods, &state, s.repeat).value, s.value) << "step " << i;
+    }
 }
 
 } // namespace

@@ -1,10 +1,8 @@
 // The text terminal on windows of the stand-in platform. Reading keys on the program thread: the wait with
 // its cursor, the output pause, the yes/no question, line input, floods of clicks and choices and their races
-// with output. Glyphs at every depth, text output with its control codes, scrolling and clearing, the
-// introduction.
+// with output. Glyphs at every depth, text output with its control codes, scrolling and clearing.
 #include "terminal_fixture.h"
 
-#include "application/application.h"
 #include "shell/events.h"
 #include "shell/menus.h"
 
@@ -465,40 +463,6 @@ TEST_F(Terminal, TextDrawsWhatCellByCellPrintingDraws) {
     t_RedirectOutput(4, 1);
     EXPECT_EQ(log.lines(), Lines{"Grüße"});
     EXPECT_TRUE(std::tuple(textplanes(4), graphicblock(4), record(4).TextHpos) == before);
-}
-
-// The start of the game as the players see it: header, rule and introduction, read back from the window.
-TEST_F(Terminal, IntroductionStandsInTheWindowAsPrinted) {
-    setbundlepath(testsupport::builtbundle()); // made by the seelenorakel_resources target
-    t_DefaultWindow = 255;                     // as at launch: the run's first window becomes the default
-    quietly([] {
-        SeelenorakelSetUp();
-        SeelenorakelIntroduction();
-    });
-    setbundlepath("");
-    ASSERT_EQ(t_DefaultWindow.load(), 0);
-    std::string rule;
-    for (int i = 0; i < 80; ++i) rule += "\xc2\x9c"; // symbol 156 reads back as U+009C
-    EXPECT_EQ(t_GetScreen(0, "\r"),
-              "Das Seelenorakel" + std::string(32, ' ') + "Partnersuche für die ganze Runde\r" + rule + "\r" +
-                  "Dieses Programm sucht unter den Teilnehmern zu Jedem den passenden Partner aus.\r"
-                  "\r"
-                  "Dazu werden Fragen gestellt, die bitte möglichst wahrheitsgetreu beantwortet\r"
-                  "werden sollen (der Partner soll ja gut zu ihrer Persöhnlichkeit passen).\r"
-                  "\r"
-                  "Einige Fragen beziehen sich dabei auf ihre Ansprüche an den Partner.\r"
-                  "\r"
-                  "Beachten sie bitte dabei, das es um so schwieriger wird einen passenden\r"
-                  "Partner für sie zu finden, je mehr sie von diesem erwarten.\r"
-                  "\r"
-                  "Sie brauchen nicht zu befürchten, dass ihre Antworten bekannt werden,\r"
-                  "die Antworten werden nicht auf dem Bildschirm erscheinen.");
-    // The cursor waits at the start of the line after the last empty one, inside the area below the header.
-    EXPECT_EQ(cursor(0) + " " + std::to_string(record(0).TextFirstLine), "1,16 3");
-    // Header and rule in red on black, the rest in yellow on black, blanks included.
-    EXPECT_EQ(std::vector<int>({attributeat(0, 1, 1), attributeat(0, 80, 1), attributeat(0, 40, 2),
-                                attributeat(0, 1, 3), attributeat(0, 80, 25)}),
-              std::vector<int>({0x10, 0x10, 0x10, 0xD0, 0xD0}));
 }
 
 } // namespace
