@@ -195,6 +195,9 @@ TEST(Suggestions, TextNamesTheThreeBestAndThePairs) {
               "Paare, die einander zulassen:\r"
               "Karl Muster und Lena Vogel: 5 Punkte\r"
               "Ohne Partner: Anna Beispiel, Otto Hahn\r");
+    // With everyone paired there is no line for those without.
+    EXPECT_TRUE(SeelenorakelSuggestionText(sections(2, {{1, 2, 7}}), {"Ab", "Cd"})
+                    .ends_with("Paare, die einander zulassen:\rAb und Cd: 7 Punkte\r"));
 }
 
 // The participant of the keyboard's whole-game test, as a phone posts it.

@@ -300,22 +300,17 @@ TEST_F(Files, LinksStayLinksAndNewFilesArePrivate) {
     EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0640));
 }
 
-// Only regular files up to 256 MiB are read: a named pipe doesn't hold the reader, /dev/zero doesn't fill
-// the memory.
-TEST_F(Files, OnlyRegularFilesAreRead) {
-    const std::string fifo = folder + "fifo", zero = folder + "zero", big = folder + "big";
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    std::filesystem::create_symlink("/dev/zero", zero);
-    std::ofstream(big).close();
-    std::filesystem::resize_file(big, (uint64_t{256} << 20) + 1);
-    for (const auto& [path, line] : {std::pair{fifo, "Not a regular file"},
-                                     {zero, "Not a regular file"},
-                                     {big, "Larger than 256 MiB"}}) {
-        LogCapture log;
-        EXPECT_NE(readfile(path).Error, 0) << path;
-        EXPECT_EQ(log.lines(), std::vector<std::string>{"getbinaryfromfile: " + std::string(line) +
-                                                        ", so not read: " + path});
-    }
+// A kept copy of bytes kept before isn't made again, and one of other bytes never replaces an earlier one,
+// even within the same second.
+TEST_F(Files, KeptCopiesAreMadeOnce) {
+    const std::string path = folder + "daten.txt";
+    const std::vector<uint8_t> first = {'T', '0', '\r'}, second = {'R', '1', '\r'};
+    const std::string a = keepcopy(path, first), b = keepcopy(path, second);
+    EXPECT_EQ(keepcopy(path, first), a);
+    EXPECT_NE(b, a);
+    EXPECT_EQ(readfile(a).Bytes, first);
+    EXPECT_EQ(readfile(b).Bytes, second);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
 }
 
 TEST_F(Files, FailedWritesLeaveTheOldFileWhole) {

@@ -198,19 +198,28 @@ TEST(Game, TheDataFileIsNeverLost) {
     EXPECT_EQ(bundle.readdata(), dumpof({{"Ab Cd", answers}, {"Ef Cd", answers}}));
 }
 
-// A data file that exists but can't be read is never saved over: the title says so, and the participants
-// go to a file beside it. One the user made read-only isn't saved over either, and the title says so.
+// A data file that exists but can't be read (a folder, a pipe, a device, one over 256 MiB) is never saved
+// over: the log says why, the title says so, and the participants go to a file beside it. One the user made
+// read-only isn't saved over either, and the title says so.
 TEST(Game, ADataFileThatCantBeReadIsLeftAlone) {
-    for (const std::string what : {"folder", "fifo", "/dev/zero", "read-only"}) {
+    const std::pair<std::string, std::string> rows[] = {{"folder", "Error #Is a directory"},
+                                                        {"fifo", "Not a regular file, so not read"},
+                                                        {"/dev/zero", "Not a regular file, so not read"},
+                                                        {"big", "Larger than 256 MiB, so not read"},
+                                                        {"read-only", ""}};
+    for (const auto& [what, line] : rows) {
         harness::Bundle bundle;
         const std::string path = bundle.datafile();
         if (what == "folder") std::filesystem::create_directory(path);
         if (what == "fifo") mkfifo(path.c_str(), 0600);
         if (what == "/dev/zero") std::filesystem::create_symlink(what, path);
+        if (what == "big")
+            std::ofstream(path).close(), std::filesystem::resize_file(path, (256ull << 20) + 1);
         if (what == "read-only") bundle.writedata(""), chmod(path.c_str(), 0444);
         const auto type = std::filesystem::symlink_status(path).type();
         harness::Game game(bundle);
         ASSERT_TRUE(game.waitforkey()) << game.log();
+        EXPECT_TRUE(line.empty() || game.logshows("getbinaryfromfile: " + line)) << what << game.log();
         keys(game, "\r" + typed("Ab"));
         const std::vector<std::string> beside = files(bundle, ".txt");
         EXPECT_EQ(std::filesystem::symlink_status(path).type(), type) << what;

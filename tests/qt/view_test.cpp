@@ -12,22 +12,18 @@
 #include <QtTest/qtestspontaneevent.h>
 #include <gtest/gtest.h>
 
-#include <thread>
+#include <future>
 
 namespace {
 
 // Runs the work on a thread of its own, as the program does, while this (the GUI) thread serves it.
 bool onprogramthread(const std::function<void()>& work) {
-    std::atomic<bool> done{false};
-    std::thread worker([&] {
-        work();
-        done = true;
-    });
+    auto done = std::async(std::launch::async, work);
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!done.load() && std::chrono::steady_clock::now() < end)
+    while (done.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready &&
+           std::chrono::steady_clock::now() < end)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    worker.join();
-    return done.load();
+    return done.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
 
 constexpr uint8_t number = 5;
