@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <optional>
-#include <unistd.h>
 
 namespace {
 
@@ -384,10 +383,10 @@ TEST(Font, FilesByTheirTable) {
         {"the same at width 64", file(102, lzwpack(zerobomb(fontLimit + 5), 64)), cutOff, 16, 2, {}}};
     // clang-format on
     // In a folder shaped like the application.
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() /
-                                         ("fonttest" + std::to_string(getpid())) / "Contents" / "Resources";
+    const std::string bundle = testsupport::scratchfolder();
+    const std::filesystem::path folder = bundle + "Contents/Resources";
     std::filesystem::create_directories(folder);
-    setbundlepath(folder.parent_path().parent_path().string());
+    setbundlepath(bundle);
     for (const auto& row : rows) {
         if (row.bytes) setstringtofile(folder / row.name, std::string(row.bytes->begin(), row.bytes->end()));
         testsupport::LogCapture log;
@@ -398,7 +397,7 @@ TEST(Font, FilesByTheirTable) {
         EXPECT_EQ(f.Data, row.data) << row.name;
     }
     setbundlepath("");
-    std::filesystem::remove_all(folder.parent_path().parent_path());
+    std::filesystem::remove_all(bundle);
 }
 
 } // namespace

@@ -94,7 +94,7 @@ class Beep : public windowtest::WindowTest {
     void SetUp() override {
         WindowTest::SetUp();
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());
-        setbundlepath(folder + "/Seelenorakel.app");
+        setbundlepath(folder + "Seelenorakel.app");
         t_BeepForget();
     }
     void TearDown() override {
@@ -105,9 +105,8 @@ class Beep : public windowtest::WindowTest {
     void writesound(const std::vector<uint8_t>& bytes) {
         setstringtofile(file, std::string(bytes.begin(), bytes.end()));
     }
-    std::string folder =
-                    (std::filesystem::temp_directory_path() / ("beep-" + std::to_string(getpid()))).string(),
-                file = folder + "/Seelenorakel.app/Contents/Resources/sysbeep.aif";
+    std::string folder = testsupport::scratchfolder(),
+                file = folder + "Seelenorakel.app/Contents/Resources/sysbeep.aif";
 };
 
 TEST_F(Beep, ManyBeepsWhileTheSoundPlaysSoundOnceAndTheNextAfterItSoundsAgain) {
@@ -278,10 +277,7 @@ int64_t filledup(const std::function<int64_t()>& write) {
 class Files : public ::testing::Test {
   protected:
     void TearDown() override { std::filesystem::remove_all(folder); }
-    std::string folder = [] {
-        std::string pattern = (std::filesystem::temp_directory_path() / "filestest.XXXXXX").string();
-        return std::string(mkdtemp(pattern.data())) + "/";
-    }();
+    std::string folder = testsupport::scratchfolder();
 };
 
 TEST_F(Files, LinksStayLinksAndNewFilesArePrivate) {

@@ -7,6 +7,7 @@
 #include "store/store.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <unistd.h>
@@ -44,6 +45,13 @@ struct LogCapture {
 inline std::string builtbundle() {
     return (std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "Seelenorakel.app")
         .string();
+}
+
+// A fresh folder of its own in the temporary one, its path ending in "/"; the caller removes it.
+inline std::string scratchfolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "seelenorakel-test-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) std::abort();
+    return pattern + "/";
 }
 
 // An empty store, emptied without its log lines.

@@ -11,11 +11,7 @@
 
 namespace harness {
 
-Bundle::Bundle() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "seelenorakel-test-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) return;
-    folder = pattern + "/";
-    app = folder + "Seelenorakel.app";
+Bundle::Bundle() : folder(testsupport::scratchfolder()), app(folder + "Seelenorakel.app") {
     // The resources the build made beside the built program.
     std::filesystem::create_directories(app + "/Contents");
     std::filesystem::copy(std::filesystem::path(SEELENORAKEL_EXECUTABLE).parent_path().parent_path() /
@@ -25,7 +21,7 @@ Bundle::Bundle() {
 
 Bundle::~Bundle() {
     std::error_code error;
-    if (!folder.empty()) std::filesystem::remove_all(folder, error);
+    std::filesystem::remove_all(folder, error);
 }
 
 std::string dumpof(const People& people) {

@@ -79,13 +79,15 @@ std::string form(const std::string& first, const std::string& last, const std::s
 // The invitation opened through its menu item; the port and join code from its log line.
 struct Invitation {
     int port = 0;
-    char code[64] = "";
+    std::string code;
     explicit Invitation(harness::Game& game) {
+        char text[64] = "";
         game.ask("phone");
         EXPECT_TRUE(game.logshows("phoneinvitation: Phones join at http://")) << game.log();
         const std::string log = game.log();
         std::sscanf(log.c_str() + std::min(log.find("Phones join"), log.size()),
-                    "Phones join at http://%*[^:]:%d/%63[^/]", &port, code);
+                    "Phones join at http://%*[^:]:%d/%63[^/]", &port, text);
+        code = text;
     }
 };
 
@@ -107,7 +109,7 @@ TEST(Phone, APostedFormIsStoredAsTypedAndEveryRefusalStoresNothing) {
     // The server counts them gone once it has seen them close.
     std::this_thread::sleep_for(300ms);
 
-    EXPECT_NE(roundtrip(phones.port, get("/" + std::string(phones.code) + "/")).find("name=\"aussage38\""),
+    EXPECT_NE(roundtrip(phones.port, get("/" + phones.code + "/")).find("name=\"aussage38\""),
               std::string::npos);
     // The keyboard participant has typed a name and stands at the birth year.
     ASSERT_TRUE(game.type("\r\rKarl\rMuster\r"));
@@ -125,7 +127,7 @@ TEST(Phone, APostedFormIsStoredAsTypedAndEveryRefusalStoresNothing) {
         {get("/abcdefgh/"), 404, ""},
         {get("/"), 404, ""},
         {post("abcdefgh", form("Eva", "Wrong")), 404, ""},
-        {"POST /" + std::string(phones.code) + "/ HTTP/1.1\r\nContent-Length: 20000\r\n\r\n", 413, ""},
+        {"POST /" + phones.code + "/ HTTP/1.1\r\nContent-Length: 20000\r\n\r\n", 413, ""},
         {post(phones.code, form("Eva", "Early", "1899")), 400, "Bitte eine Zahl von 1900 bis 2100."},
         {post(phones.code, form("Eva", "Ctrl%01")), 400, "Bitte keine Steuerzeichen."},
         {post(phones.code, form("J%C3%BCrgen", "Wei%C3%9F")), 200,
@@ -184,7 +186,7 @@ TEST(Phone, APostedFormIsStoredAsTypedAndEveryRefusalStoresNothing) {
     // The evaluation closes the door.
     game.escape();
     EXPECT_TRUE(game.logshows("phoneinvitation: Stopped listening.")) << game.log();
-    EXPECT_EQ(roundtrip(phones.port, get("/" + std::string(phones.code) + "/")), "refused");
+    EXPECT_EQ(roundtrip(phones.port, get("/" + phones.code + "/")), "refused");
 }
 
 } // namespace
