@@ -87,8 +87,12 @@ inline void open(Int depth, Int width, Int height, const t_Font& cells) {
 // 64 KiB below, where a row or cell past a block's end lands first.
 class Fence {
   public:
+    // In place: it runs after every step.
     void check() const {
-        if (bytes(from, low) != below || bytes(high, to) != above) __builtin_trap();
+        const auto memory = t_VideoMemory.begin();
+        if (!std::equal(below.begin(), below.end(), memory + from) ||
+            !std::equal(above.begin(), above.end(), memory + high))
+            __builtin_trap();
     }
 
   private:
